@@ -1,0 +1,2 @@
+ql_package(zvkcore_allocator HEADERS headers
+  INSTALL zvkcore/allocator/RecyclingAllocator.h)

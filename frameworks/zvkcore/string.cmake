@@ -1,0 +1,1 @@
+ql_package(zvkcore_string HEADERS headers INSTALL zvkcore/string/UTFString.h)
