@@ -21,7 +21,7 @@
 namespace zvkcore::allocator {
 
 class MemoryRecycler {
- public:
+  public:
     /// 256 MiB.
     static constexpr std::uint64_t kDefaultPoolLimit = std::uint64_t{256} << 20;
 
@@ -34,8 +34,8 @@ class MemoryRecycler {
     /// the same class. Null is accepted.
     ZVKCORE_EXPORT static void Recycle(void* block, std::size_t size) noexcept;
 
-    /// Gives pooled blocks back to the system, those that waited longest first, until at least `bytes` bytes are
-    /// given back or the pool is empty.
+    /// Gives pooled blocks back to the system, those that waited longest first, until at least `bytes` bytes
+    /// are given back or the pool is empty.
     ///
     /// returns  how many bytes were given back; more than `bytes` by less than one block at most
     ZVKCORE_EXPORT static std::uint64_t PurgeBytes(std::uint64_t bytes) noexcept;

@@ -18,7 +18,7 @@
 namespace zvkcore::allocator {
 
 class RecycledMemory {
- public:
+  public:
     /// The room that a control block takes, in bytes.
     static constexpr std::size_t kControlBlockSize = 48;
 
@@ -44,7 +44,7 @@ class RecycledMemory {
     /// The size that was asked for; 0 if none is owned.
     std::size_t GetRequestedSize() const noexcept { return m_requested; }
 
- private:
+  private:
     void Release() noexcept;
 
     void* m_pointer = nullptr;

@@ -2,10 +2,10 @@
 ///
 ///     std::vector<int, zvkcore::allocator::RecyclingAllocator<int>> frames;
 ///
-/// Blocks of at most `SmallBlockAllocator::kLargest` bytes come from the small-block allocator, larger ones from
-/// the memory recycler, so a container that is built and dropped again and again costs no system memory call.
-/// The allocator has no state: every copy is equal to every other, and what one allocated any other may free,
-/// on any thread, also while the process ends.
+/// Blocks of at most `SmallBlockAllocator::kLargest` bytes come from the small-block allocator, larger ones
+/// from the memory recycler, so a container that is built and dropped again and again costs no system memory
+/// call. The allocator has no state: every copy is equal to every other, and what one allocated any other may
+/// free, on any thread, also while the process ends.
 ///
 /// Not for types that need an alignment above 16 bytes.
 #ifndef ZVKCORE_ALLOCATOR_RECYCLINGALLOCATOR_H
@@ -25,21 +25,23 @@ namespace zvkcore::allocator {
 /// threads  any
 [[nodiscard]] ZVKCORE_EXPORT void* AllocateContainerBlock(std::size_t bytes);
 
-/// Takes back a block of `AllocateContainerBlock`; `bytes` is the size that was asked for then. Null is accepted.
+/// Takes back a block of `AllocateContainerBlock`; `bytes` is the size that was asked for then. Null is
+/// accepted.
 ///
 /// threads  any, also at thread and process exit
 ZVKCORE_EXPORT void DisposeContainerBlock(void* block, std::size_t bytes) noexcept;
 
 template <class T>
 class RecyclingAllocator {
- public:
+  public:
     using value_type = T;
     using is_always_equal = std::true_type;
     using propagate_on_container_move_assignment = std::true_type;
 
     RecyclingAllocator() = default;
     template <class Other>
-    constexpr RecyclingAllocator(const RecyclingAllocator<Other>&) noexcept  // NOLINT: containers rebind silently
+    constexpr RecyclingAllocator(
+        const RecyclingAllocator<Other>&) noexcept  // NOLINT: containers rebind silently
     {
     }
 

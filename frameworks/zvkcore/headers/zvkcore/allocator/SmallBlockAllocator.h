@@ -3,9 +3,10 @@
 ///     void* block = SmallBlockAllocator::Allocate(48);
 ///     SmallBlockAllocator::Dispose(block, 48);
 ///
-/// Blocks of up to `kLargest` bytes are cut from slabs, by size in steps of 16, and kept on a list of the thread
-/// that freed them, so a pair of calls takes no lock; a thread that ends hands its list to the others. Slabs stay
-/// with the process. Larger blocks come from the C heap. Not for memory that must go back to the system.
+/// Blocks of up to `kLargest` bytes are cut from slabs, by size in steps of 16, and kept on a list of the
+/// thread that freed them, so a pair of calls takes no lock; a thread that ends hands its list to the others.
+/// Slabs stay with the process. Larger blocks come from the C heap. Not for memory that must go back to the
+/// system.
 #ifndef ZVKCORE_ALLOCATOR_SMALLBLOCKALLOCATOR_H
 #define ZVKCORE_ALLOCATOR_SMALLBLOCKALLOCATOR_H
 
@@ -16,11 +17,12 @@
 namespace zvkcore::allocator {
 
 class SmallBlockAllocator {
- public:
+  public:
     /// The largest size, in bytes, that is served from slabs.
     static constexpr std::size_t kLargest = 512;
 
-    /// Gives `size` bytes aligned to 16; a size of 0 counts as 1. Throws `std::bad_alloc`, leaving nothing behind.
+    /// Gives `size` bytes aligned to 16; a size of 0 counts as 1. Throws `std::bad_alloc`, leaving nothing
+    /// behind.
     ///
     /// threads  any
     [[nodiscard]] ZVKCORE_EXPORT static void* Allocate(std::size_t size);

@@ -6,8 +6,9 @@
 ///     UTF8String bytes{Units(std::string_view{"abc"})};
 ///
 /// Both are `std::basic_string` with a traits type of this project and the recycling allocator. A unit is
-/// `unsigned short` or `unsigned char`: the standard promises no `std::char_traits` for those, and nothing here
-/// leans on one. Units are in the machine's byte order; nothing checks that a string is valid UTF-16 or UTF-8.
+/// `unsigned short` or `unsigned char`: the standard promises no `std::char_traits` for those, and nothing
+/// here leans on one. Units are in the machine's byte order; nothing checks that a string is valid UTF-16 or
+/// UTF-8.
 ///
 /// Functions that only read take a `UTF16View` or `UTF8View`, to which a string converts without a copy.
 #ifndef ZVKCORE_STRING_UTFSTRING_H
@@ -76,7 +77,8 @@ struct UnitTraits {
             if constexpr (sizeof(Unit) == 1) {
                 return count == 0 ? nullptr : static_cast<const Unit*>(std::memchr(text, wanted, count));
             }
-            while (at + kInWord <= count && !HasZeroUnit(Word(text + at) ^ (kEveryUnit * wanted))) at += kInWord;
+            while (at + kInWord <= count && !HasZeroUnit(Word(text + at) ^ (kEveryUnit * wanted)))
+                at += kInWord;
         }
         for (; at < count; ++at) {
             if (text[at] == wanted) return text + at;
@@ -114,7 +116,7 @@ struct UnitTraits {
     static constexpr int_type eof() noexcept { return ~int_type{0}; }
     static constexpr int_type not_eof(int_type value) noexcept { return value == eof() ? 0 : value; }
 
- private:
+  private:
     // Eight bytes at a time, whatever their order: the unit that differs is then looked for one by one.
     static constexpr std::size_t kInWord = 8 / sizeof(Unit);
     static constexpr std::uint64_t kEveryUnit = 0x0001000100010001;  // used for 16-bit units only
@@ -148,7 +150,8 @@ To* ReadAs(From* text) noexcept
     return reinterpret_cast<To*>(text);
 }
 
-/// The same text seen as standard characters, and back. Nothing is copied: the result lives as long as its source.
+/// The same text seen as standard characters, and back. Nothing is copied: the result lives as long as its
+/// source.
 inline std::u16string_view View(UTF16View text) noexcept
 {
     return {ReadAs<const char16_t>(text.data()), text.size()};

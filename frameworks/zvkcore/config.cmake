@@ -1,0 +1,2 @@
+ql_package(zvkcore_config HEADERS headers
+  INSTALL zvkcore/config/Config.h zvkcore/config/UsageLogger.h)

@@ -1,0 +1,1 @@
+ql_package(zvkcore_console HEADERS headers INSTALL zvkcore/console/ConsoleLogFile.h)
