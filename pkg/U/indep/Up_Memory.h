@@ -1,0 +1,119 @@
+// What the rest of the library, and the sources of this subject among themselves, know of memory.
+#ifndef UP_MEMORY_H
+#define UP_MEMORY_H
+
+#include <cstdint>
+
+#include "MEM.h"
+#include "U_Memory.h"
+
+// --- Life (U_Memory_Life.cpp) --------------------------------------------------------------------
+
+/// Makes the heap and counts the application's presumed size. Gives 0, or 4 without a heap.
+Err Up_InitializeMemorySubsystem();
+
+/// Forgets the host's callbacks and takes the presumed size off the count. The heap stays, since blocks may
+/// be freed later; it is reachable from a list of all heaps so far. Gives 0.
+Err Up_TerminateMemorySubsystem();
+
+/// The heap of the last birth; null before the first.
+MEM_Heap* Up_Heap();
+
+/// The sizes at which a request stops being small, and at which it is never tried.
+constexpr unsigned kSmallBlockShift = 15;
+constexpr unsigned kRequestLimitShift = 31;
+
+// --- Failures (U_Memory_Report.cpp) --------------------------------------------------------------
+
+/// Tells the user that `size` bytes could not be had. `name` may be null. A report from inside a report on
+/// the same thread is dropped with a log line.
+void Up_ReportAllocFailure(unsigned failureCode, unsigned long long size, const char* name,
+                           bool possiblyFragmented);
+
+// --- Recycled memory (U_Memory_Recycled.cpp) -----------------------------------------------------
+
+/// Makes a recycled block; null when there is no memory, and throws `std::bad_alloc` without a control block.
+void* Up_AllocateRecycledPtrNew(unsigned long long size);
+
+/// The sum of what `U_AccountFrameAllocation` was told.
+long long Up_GetAccountFrameSize();
+
+// --- Use (U_Memory_Usage.cpp) --------------------------------------------------------------------
+
+/// Bytes in use, by the count or by the operating system. The second argument is not read. Gives 0.
+Err Up_MemoryInUseByApplication(unsigned long long* bytes, bool ignored);
+
+/// A statistic; `addRecycled` counts the recycler's pool as used. Unlike the exported form, number 5 gives 0.
+Err Up_GetMemoryStat(U_MemStat stat, unsigned long long* value, bool addRecycled);
+
+/// What the library counts itself, when the operating system does not tell: count, pool and external
+/// managers.
+std::uint64_t Up_TrackedBytes();
+
+/// The probe in force.
+U_MemoryProbe Up_MemoryProbe();
+
+/// The probe of the platform.
+extern const U_MemoryProbe Up_G_platformProbe;
+
+/// "MemoryAccountDirect2", as it was read at birth.
+bool Up_ReadMemoryAccountDirect();
+
+// --- How much to purge (U_Memory_Amount.cpp) -----------------------------------------------------
+
+/// Everything that decides how many bytes have to go; all in bytes.
+struct Up_PurgeInputs {
+    bool includeRecycled;     // the recycler's pool counts as used
+    bool purgingAllowed;      // the operating system's figures count
+    std::uint64_t request;    // what is about to be allocated
+    std::uint64_t used;       // in use by the count, with the pool if includeRecycled
+    std::uint64_t threshold;  // the limit; not 0
+    std::uint64_t total;      // physical footprint of the process
+    std::uint64_t resident;   // its resident part
+    std::uint64_t recycled;   // the recycler's pool
+};
+
+/// The bytes to purge; a function of its inputs alone. Differences are those of mathematics, so no figure is
+/// too large, and a result beyond 64 bits is the largest one.
+std::uint64_t Up_AmountToPurgeFrom(const Up_PurgeInputs& inputs);
+
+/// The same, of the process as it stands. Throws an error code as an `int`.
+void Up_AmountToPurge(bool includeRecycled, unsigned long long request, unsigned long long* amount,
+                      unsigned long long* used, unsigned long long* threshold);
+
+// --- Purging (U_Memory_Purge.cpp, U_Memory_AsyncPurge.cpp) ---------------------------------------
+
+/// Purges if `size` more bytes would pass the limit. It refuses nothing on the ground of size: `*ok` is 0
+/// only with an error, which is the result.
+Err Up_OkayToAllocBlock(unsigned long long size, unsigned char* ok, bool recycled);
+
+/// Asks the host to purge until `request` bytes fit below the limit or nothing more comes free.
+void Up_MakeRoomForBlock(unsigned long long request, bool recycled);
+
+/// Signals the host if the process is over its limit now, whatever the request is.
+void Up_MakeRoomForBlockWithAsyncPurging(unsigned long long request);
+
+/// Above 0, nothing is purged before an allocation.
+std::int32_t Up_ProactivePurgeDisableCount();
+
+/// Traces the figures of the moment.
+void Up_TraceMemoryUsage(unsigned long long threshold);
+
+/// Whether `bytes` more would leave the preview range, by the count of purges that found nothing.
+bool Up_IsMemoryUsageAbovePurgeLimit(unsigned long long bytes);
+
+// --- Hogs (U_Hogs.cpp) ---------------------------------------------------------------------------
+
+/// Makes the registry. Gives 0 or 4.
+Err Up_BirthHog();
+
+/// Reports each hog that still holds memory as a leak, and ends the registry.
+void Up_TerminateHogs();
+
+// --- For tests -----------------------------------------------------------------------------------
+
+/// Makes the process forget what it reads or learns once: debug keys, allowed purging, figures, failed
+/// purges.
+void Up_ResetMemoryForTests();
+
+#endif
