@@ -1,2 +1,5 @@
 ql_package(zvkcore_allocator HEADERS headers
-  INSTALL zvkcore/allocator/RecyclingAllocator.h)
+  INSTALL zvkcore/allocator/RecyclingAllocator.h zvkcore/allocator/MemoryRecycler.h
+  PRIVATE source/allocator
+  SOURCES source/allocator/MemoryRecycler.cpp source/allocator/RecyclerPool.cpp
+          source/allocator/SmallBlockAllocator.cpp source/allocator/SystemMemory.cpp)

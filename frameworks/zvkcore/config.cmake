@@ -1,2 +1,3 @@
 ql_package(zvkcore_config HEADERS headers
-  INSTALL zvkcore/config/Config.h zvkcore/config/UsageLogger.h)
+  INSTALL zvkcore/config/Config.h zvkcore/config/UsageLogger.h
+  SOURCES source/config/Config.cpp source/config/UsageLogger.cpp)

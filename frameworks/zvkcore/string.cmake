@@ -1,2 +1,4 @@
 ql_package(zvkcore_string HEADERS headers
-  INSTALL zvkcore/string/UTFString.h zvkcore/string/NumberLocale.h)
+  INSTALL zvkcore/string/UTFString.h zvkcore/string/NumberLocale.h
+  SOURCES source/string/Convert.cpp source/string/Format.cpp source/string/NumberLocale.cpp
+          source/string/Truncate.cpp)

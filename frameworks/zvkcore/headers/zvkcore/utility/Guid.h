@@ -35,11 +35,6 @@ class Guid {
     /// seed 0, canonical byte order).
     ZVKCORE_EXPORT static Guid CreateFromBytes(const void* data, std::size_t size) noexcept;
 
-    /// Reads the form that `AsUTF8String` writes, in either case, with or without braces and hyphens.
-    ///
-    /// returns  false, with `out` unchanged, for anything else
-    ZVKCORE_EXPORT static bool FromUTF8String(string::UTF8View text, Guid& out);
-
     /// 36 characters: "01234567-89ab-cdef-0123-456789abcdef".
     ZVKCORE_EXPORT string::UTF8String AsUTF8String() const;
 

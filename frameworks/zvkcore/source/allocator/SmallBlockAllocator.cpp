@@ -1,0 +1,191 @@
+// Blocks travel in batches of kBatch: a thread keeps two batches of each size (one it works on, one in spare) and
+// exchanges whole ones with the depot under the depot's lock, so each exchange pays for kBatch calls. A new batch
+// is one allocation of the C++ heap. Nothing goes back to the heap.
+//
+// State: g_depots, made at load time and never destroyed; guard: one lock a size class. A thread's magazines are
+// its own; at its end they go to the depots, and what the thread still frees after that goes there directly.
+#include "zvkcore/allocator/SmallBlockAllocator.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "SystemMemory.h"
+
+namespace zvkcore::allocator {
+namespace {
+
+constexpr std::size_t kStep = 16;
+constexpr std::size_t kClasses = SmallBlockAllocator::kLargest / kStep;
+constexpr std::uint32_t kBatch = 32;
+
+struct Block {
+    Block* next;       // in the batch
+    Block* nextBatch;  // in the depot; meaningful in a batch's first block only
+};
+static_assert(sizeof(Block) <= kStep);
+
+struct Magazine {
+    Block* top = nullptr;
+    std::uint32_t count = 0;
+    Block* spare = nullptr;  // a full batch, or null
+};
+
+struct alignas(64) Depot {
+    std::mutex guard;
+    Block* batches = nullptr;
+};
+
+constinit Depot g_depots[kClasses];
+
+struct Magazines {
+    Magazine ofClass[kClasses];
+};
+
+constexpr std::size_t ClassOf(std::size_t size)
+{
+    return size == 0 ? 0 : (size - 1) / kStep;
+}
+constexpr std::size_t BytesOf(std::size_t c)
+{
+    return (c + 1) * kStep;
+}
+
+void Deposit(std::size_t c, Block* batch)
+{
+    const std::lock_guard lock{g_depots[c].guard};
+    batch->nextBatch = g_depots[c].batches;
+    g_depots[c].batches = batch;
+}
+
+Block* Withdraw(std::size_t c)
+{
+    const std::lock_guard lock{g_depots[c].guard};
+    Block* const batch = g_depots[c].batches;
+    if (batch != nullptr) g_depots[c].batches = batch->nextBatch;
+    return batch;
+}
+
+// The heap's own new handler may report and allocate small blocks meanwhile: no lock is held here.
+Block* MakeBatch(std::size_t c, std::uint32_t count)
+{
+    const std::size_t bytes = BytesOf(c);
+    auto* const room = static_cast<char*>(::operator new(bytes* count));
+    Block* next = nullptr;
+    for (std::uint32_t i = count; i-- > 0;) {
+        next = new (room + i * bytes) Block{next, nullptr};
+    }
+    return next;
+}
+
+// The magazines of the thread: null before its first block and after its end. The pointer alone is reached by
+// the fast model, which a library that is loaded late may use for a few bytes only.
+__attribute__((tls_model("initial-exec"))) thread_local constinit Magazines* t_magazines = nullptr;
+thread_local constinit Magazines t_room;
+thread_local constinit bool t_ended = false;
+
+struct AtThreadEnd {
+    ~AtThreadEnd()
+    {
+        t_magazines = nullptr;
+        t_ended = true;
+        for (std::size_t c = 0; c < kClasses; ++c) {
+            Magazine& magazine = t_room.ofClass[c];
+            if (magazine.top != nullptr) Deposit(c, magazine.top);
+            if (magazine.spare != nullptr) Deposit(c, magazine.spare);
+            magazine = {};
+        }
+    }
+    void Watch() const noexcept {}
+};
+thread_local AtThreadEnd t_atEnd;
+
+Magazines* EnterThread()
+{
+    if (t_ended) return nullptr;
+    t_atEnd.Watch();
+    return t_magazines = &t_room;
+}
+
+void* TakeFromDepot(std::size_t c)
+{
+    Block* const batch = Withdraw(c);
+    if (batch == nullptr) return MakeBatch(c, 1);
+    if (batch->next != nullptr) Deposit(c, batch->next);
+    return batch;
+}
+
+// A batch that came from a thread's end may be short.
+std::uint32_t Count(const Block* batch)
+{
+    std::uint32_t count = 0;
+    for (; batch != nullptr; batch = batch->next) ++count;
+    return count;
+}
+
+void Refill(std::size_t c, Magazine& magazine)
+{
+    if (magazine.spare != nullptr) {
+        magazine.top = std::exchange(magazine.spare, nullptr);
+        magazine.count = kBatch;
+    } else if (Block* const batch = Withdraw(c)) {
+        magazine.top = batch;
+        magazine.count = Count(batch);
+    } else {
+        // The new handler may have filled the magazine meanwhile: those blocks stay, in front.
+        Block* const fresh = MakeBatch(c, kBatch);
+        if (magazine.top != nullptr) Deposit(c, magazine.top);
+        magazine.top = fresh;
+        magazine.count = kBatch;
+    }
+}
+
+}  // namespace
+
+void* SmallBlockAllocator::Allocate(std::size_t size)
+{
+    if (kAddressesAreChecked || size > kLargest) return ::operator new(size);
+    const std::size_t c = ClassOf(size);
+    Magazines* magazines = t_magazines;
+    if (magazines == nullptr) [[unlikely]] {
+        magazines = EnterThread();
+        if (magazines == nullptr) return TakeFromDepot(c);
+    }
+    Magazine& magazine = magazines->ofClass[c];
+    if (magazine.top == nullptr) [[unlikely]]
+        Refill(c, magazine);
+    Block* const block = magazine.top;
+    magazine.top = block->next;
+    --magazine.count;
+    return block;
+}
+
+void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
+{
+    if (kAddressesAreChecked || size > kLargest) {
+        ::operator delete(block);
+        return;
+    }
+    if (block == nullptr) return;
+    const std::size_t c = ClassOf(size);
+    Magazines* magazines = t_magazines;
+    if (magazines == nullptr) [[unlikely]] {
+        magazines = EnterThread();
+        if (magazines == nullptr) {
+            Deposit(c, new (block) Block{nullptr, nullptr});
+            return;
+        }
+    }
+    Magazine& magazine = magazines->ofClass[c];
+    if (magazine.count == kBatch) [[unlikely]] {
+        if (magazine.spare != nullptr) Deposit(c, magazine.spare);
+        magazine.spare = std::exchange(magazine.top, nullptr);
+        magazine.count = 0;
+    }
+    magazine.top = new (block) Block{magazine.top, nullptr};
+    ++magazine.count;
+}
+
+}  // namespace zvkcore::allocator

@@ -1,0 +1,38 @@
+// Mappings for large blocks, the C heap for the rest. No state.
+#include "SystemMemory.h"
+
+#include <sys/mman.h>
+
+#include <cstdlib>
+
+namespace zvkcore::allocator {
+namespace {
+
+constexpr std::size_t kMappedAbove = std::size_t{64} << 10;
+
+bool IsMapped(std::size_t size)
+{
+    return !kAddressesAreChecked && size > kMappedAbove;
+}
+
+void* Take(std::size_t size) noexcept
+{
+    if (!IsMapped(size)) return std::malloc(size);
+    void* const block = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return block == MAP_FAILED ? nullptr : block;
+}
+
+void Give(void* block, std::size_t size) noexcept
+{
+    if (IsMapped(size)) {
+        munmap(block, size);
+    } else {
+        std::free(block);
+    }
+}
+
+}  // namespace
+
+const SystemMemory kSystemMemory{Take, Give};
+
+}  // namespace zvkcore::allocator
