@@ -1,0 +1,162 @@
+// One line a call: module, blank, level, blank, message, newline, given to the trace facility as one text.
+//
+// The line is made on the stack, in one buffer, and nothing is allocated here. Whether there is anybody to read it is
+// asked in two steps: the console log file once a process, the trace whenever its settings have changed.
+#include "ALOG.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "ALOGp.h"
+#include "zvkcore/console/ConsoleLogFile.h"
+#include "zvkcore/debug/Trace.h"
+
+namespace {
+
+constexpr int kTraceLevel = 5;
+constexpr char kTraceName[] = "ALOG";
+
+enum class LogFile : uint8_t { kUnasked, kAbsent, kPresent };
+
+// State of the process, alive from load to unload. Two threads may both ask for the log file at first; they hear the
+// same.
+std::atomic<LogFile> g_logFile{LogFile::kUnasked};
+std::atomic<uint32_t> sTraceChangeCount{0};  // the count for which the next answer holds
+std::atomic<bool> g_traceEnabled{false};
+
+[[gnu::cold, gnu::noinline]] bool AskLogFile() noexcept
+{
+    const bool exists = zvkcore::console::ConsoleLogFile::GetInstance()->Exists();
+    g_logFile.store(exists ? LogFile::kPresent : LogFile::kAbsent, std::memory_order_relaxed);
+    return exists;
+}
+
+inline bool HasLogFile() noexcept
+{
+    const LogFile known = g_logFile.load(std::memory_order_relaxed);
+    if (known == LogFile::kAbsent) [[likely]]
+        return false;
+    return known == LogFile::kPresent || AskLogFile();
+}
+
+bool IsTraceEnabled()
+{
+    const uint32_t now = zvkcore::debug::TraceChangeCount();
+    // The plain read first, so that threads which log do not write to one word in turn.
+    if (sTraceChangeCount.load(std::memory_order_acquire) != now &&
+        sTraceChangeCount.exchange(now, std::memory_order_acq_rel) != now) {
+        g_traceEnabled.store(zvkcore::debug::TraceEnabled(kTraceName, kTraceLevel, true),
+                             std::memory_order_release);
+    }
+    return g_traceEnabled.load(std::memory_order_acquire);
+}
+
+/// A text that stops at a limit instead of growing. The newline has a place of its own behind the limit.
+class Line {
+  public:
+    Line(const char* module, const char* level)
+    {
+        AppendWithBlank(module);
+        AppendWithBlank(level);
+    }
+
+    void Append(std::string_view text)
+    {
+        const size_t count = std::min(text.size(), Room());
+        std::memcpy(m_bytes + m_size, text.data(), count);
+        m_size += count;
+    }
+
+    void AppendFormat(const char* format, va_list arguments) ALOG_FORMAT(2, 0)
+    {
+        const int size = std::vsnprintf(m_bytes + m_size, Room() + 1, format, arguments);
+        if (size > 0) m_size += std::min(static_cast<size_t>(size), Room());
+    }
+
+    void Send()
+    {
+        if (!IsTraceEnabled()) return;
+        m_bytes[m_size] = '\n';
+        zvkcore::debug::Trace(kTraceLevel, kTraceName, std::string_view(m_bytes, m_size + 1));
+    }
+
+  private:
+    void AppendWithBlank(const char* text)
+    {
+        Append(text ? text : "");
+        Append(" ");
+    }
+
+    size_t Room() const { return ALOG_kLineSize - m_size; }
+
+    size_t m_size = 0;
+    char m_bytes[ALOG_kLineSize + 1];
+};
+
+// Kept apart, so that a call without a log file pays for no buffer.
+[[gnu::noinline]] void WriteText(const char* module, const char* level, const char* text)
+{
+    Line line(module, level);
+    if (text) line.Append(std::string_view(text, strnlen(text, ALOG_kLineSize)));
+    line.Send();
+}
+
+[[gnu::noinline]] void WriteFormat(const char* module, const char* level, const char* format,
+                                   va_list arguments) ALOG_FORMAT(3, 0);
+
+void WriteFormat(const char* module, const char* level, const char* format, va_list arguments)
+{
+    Line line(module, level);
+    if (format) line.AppendFormat(format, arguments);
+    line.Send();
+}
+
+}  // namespace
+
+bool ALOGp_HasLogFile() noexcept
+{
+    return HasLogFile();
+}
+
+int ALOG_Log(int, const char* module, const char* level, const char* text)
+{
+    if (HasLogFile()) WriteText(module, level, text);
+    return 0;
+}
+
+int ALOG_sprintf(int, const char* module, const char* level, const char* format, ...)
+{
+    if (!HasLogFile()) return 0;
+    va_list arguments;
+    va_start(arguments, format);
+    WriteFormat(module, level, format, arguments);
+    va_end(arguments);
+    return 0;
+}
+
+int ALOG_vsprintf(int, const char* module, const char* level, const char* format, va_list arguments)
+{
+    if (HasLogFile()) WriteFormat(module, level, format, arguments);
+    return 0;
+}
+
+zvkcore::string::UTF8String ALOG_convertMesg(const char* prefix, const char* format, ...)
+{
+    char text[ALOG_kLineSize];
+    size_t size = 0;
+    if (prefix) {
+        size = strnlen(prefix, sizeof text - 2);
+        std::memcpy(text, prefix, size);
+        text[size++] = ' ';
+    }
+    va_list arguments;
+    va_start(arguments, format);
+    const int wanted = format ? std::vsnprintf(text + size, sizeof text - size, format, arguments) : 0;
+    va_end(arguments);
+    if (wanted > 0) size += std::min(static_cast<size_t>(wanted), sizeof text - size - 1);
+    return zvkcore::string::UTF8String{zvkcore::string::Units(std::string_view(text, size))};
+}
