@@ -1,2 +1,8 @@
 # Birth and death, thread roles, the road of a report.
-ql_package(U HEADERS headers INSTALL U.h U_Err.h PRIVATE indep)
+ql_package(U HEADERS headers INSTALL U.h U_Err.h PRIVATE indep
+  SOURCES
+    indep/U.cpp indep/U_Globals.cpp indep/U_Handlers.cpp indep/U_Interact.cpp indep/U_NewHandler.cpp
+    indep/U_ThreadRoles.cpp indep/U_Translators.cpp
+    indep/U_Assert.cpp indep/U_Err.cpp indep/U_ErrBuffer.cpp indep/U_ErrDialog.cpp indep/U_ErrFormat.cpp
+    indep/U_StackCrawl.cpp
+    mac-linux-ios-android/U_Beep.cpp mac-linux-ios-android/U_Signals.cpp)

@@ -24,8 +24,7 @@
 extern "C" {
 #endif
 
-// --- Start and stop
-// ----------------------------------------------------------------------------------------------
+// --- Start and stop --------------------------------------------------------------------------------------
 
 /// Starts the library and registers the calling thread as a main thread.
 ///
@@ -70,8 +69,7 @@ U_EXPORT Err U_GetName(char* out);
 /// A beep: the terminal's bell when standard error is a terminal, nothing elsewhere.
 U_EXPORT void U_Beep(void);
 
-// --- Unhandled exceptions and hardware faults
-// --------------------------------------------------------------------
+// --- Unhandled exceptions and hardware faults ------------------------------------------------------------
 
 /// What a host wants to run when the process is about to end, by a fault or by `std::terminate`.
 ///
@@ -100,12 +98,11 @@ U_EXPORT void U_GetUnhandledExceptionOrHardwareErrorHandler(U_UnhandledException
 /// it for a host that does not run the library as a library. Returns 0.
 U_EXPORT Err SetupHardwareExceptionHandling(bool install);
 
-// --- Thread roles
-// ------------------------------------------------------------------------------------------------ A thread
-// is known by its id. The host says which threads have which role, and the library asks: a dialog appears on
-// the UI thread only, rendering code checks that it runs where it should. Registration works before a birth.
-// Main, render and inter-frame render roles may have any number of threads. A thread that registers twice
-// stands there twice and leaves with its second deregistration. PSL and PR have one thread each: a later
+// --- Thread roles ----------------------------------------------------------------------------------------
+// A thread is known by its id. The host says which threads have which role, and the library asks: a dialog
+// appears on the UI thread only, rendering code checks that it runs where it should. Registration works before
+// a birth. Main, render and inter-frame render roles may have any number of threads. A thread that registers
+// twice stands there twice and leaves with its second deregistration. PSL and PR have one thread each: a later
 // registration replaces the former.
 
 /// The calling thread's id: never 0, never one of the two highest numbers.
@@ -196,8 +193,7 @@ class U_EXPORT U_InterFrameRenderThreadRegistration {
     U_InterFrameRenderThreadRegistration& operator=(const U_InterFrameRenderThreadRegistration&) = delete;
 };
 
-// --- Exceptions
-// --------------------------------------------------------------------------------------------------
+// --- Exceptions ------------------------------------------------------------------------------------------
 
 /// Registers a translator: something that knows an exception type and gives it an error code.
 ///

@@ -31,8 +31,7 @@
 extern "C" {
 #endif
 
-// --- Logging callbacks
-// -------------------------------------------------------------------------------------------
+// --- Logging callbacks -----------------------------------------------------------------------------------
 
 /// Hears of every report that a thread's state does not silence.
 ///
@@ -53,8 +52,7 @@ U_EXPORT Err U_AddLoggingCallback(U_LoggingFunc func, void* refcon);
 /// returns  as above; 0 for an unknown pair
 U_EXPORT Err U_RemoveLoggingCallback(U_LoggingFunc func, void* refcon);
 
-// --- Counts
-// ------------------------------------------------------------------------------------------------------
+// --- Counts ----------------------------------------------------------------------------------------------
 
 /// How many errors have been reported since the birth, on all threads: every report that may be displayed and
 /// is not U_Sev_CONTINUED. A null `out` receives nothing.
@@ -67,8 +65,7 @@ U_EXPORT Err U_GetHowManyErrors(int* out);
 U_EXPORT void U_IncrementPostErrors(void);
 U_EXPORT void U_DecrementPostErrors(void);
 
-// --- Checks
-// ------------------------------------------------------------------------------------------------------
+// --- Checks ----------------------------------------------------------------------------------------------
 
 /// Reports, as U_Sev_PROBLEM, that a check inside the program failed. It never aborts.
 ///
@@ -80,17 +77,10 @@ U_EXPORT void U_ReportFailedVerification(unsigned int location, int line, const 
 #ifdef __cplusplus
 }
 
-#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include "zvkui/sketchbot/Supplier.h"
+#include "zvkui/ui/NodeManager.h"
 
-namespace zvkui::sketchbot {
-class SupplierInterface;
-}
-namespace zvkui::ui {
-class UI_Node;
-}
-
-// --- Reports
-// -----------------------------------------------------------------------------------------------------
+// --- Reports ---------------------------------------------------------------------------------------------
 
 /// Reports a text.
 ///
@@ -108,8 +98,7 @@ U_EXPORT U_UTF16String U_ReportFormatError(U_Severity severity, const U_UTF16Str
 ///                             carries of the operating system or of the library
 U_EXPORT U_UTF16String U_GetLastError(U_Severity* severity, unsigned int* location, int* error);
 
-// --- Dialogs
-// -----------------------------------------------------------------------------------------------------
+// --- Dialogs ---------------------------------------------------------------------------------------------
 
 /// What the message box needs to stand over the host's window: the supplier of its drawing and that window.
 /// The window is held until the next call or `U_Death`; the supplier is not owned. Without both, an alert is
@@ -117,7 +106,7 @@ U_EXPORT U_UTF16String U_GetLastError(U_Severity* severity, unsigned int* locati
 ///
 /// threads  the UI thread
 U_EXPORT void U_SetSketchbotValuesForUErrors(zvkui::sketchbot::SupplierInterface* supplier,
-                                             boost::intrusive_ptr<zvkui::ui::UI_Node> window);
+                                             zvkui::ui::UI_NodePtr window);
 
 #endif
 #endif

@@ -12,8 +12,7 @@
 
 #include "U_Err.h"
 
-// --- The thread's logging buffer and last error
-// --------------------------------------------------------------------
+// --- The thread's logging buffer and last error ----------------------------------------------------------
 
 /// The size of a thread's logging buffer, terminator included: the bound on a text that `U_GetLastError`
 /// gives.
@@ -35,6 +34,11 @@ char* Up_GetThreadLoggingBuffer();
 /// The same; with `do_not_create` null when the thread has no buffer yet.
 char* Up_GetThreadLoggingBufferEx(bool do_not_create);
 
+/// Put a text into the buffer, cut to it on a character boundary: one in the application's encoding (a null text
+/// counts as empty, and the buffer's own text may be given), and a 16-bit one.
+void Up_CopyToThreadLoggingBuffer(const char* text);
+void Up_CopyToThreadLoggingBuffer(const U_UTF16String& text);
+
 /// The buffer's text, by its encoding.
 U_UTF16String Up_GetGlobal_UBUF16();
 
@@ -53,8 +57,7 @@ void Up_SetThreadLastReport(U_Severity severity, uint32_t location);
 void Up_CleanupThreadLastErrorState(Up_LastErrorState* state);
 void Up_CleanupThreadLoggingBuffer(char* buffer);
 
-// --- Reports
-// -----------------------------------------------------------------------------------------------------
+// --- Reports ---------------------------------------------------------------------------------------------
 
 /// Reports what stands in the thread's logging buffer.
 ///
@@ -83,8 +86,7 @@ U_UTF16String Up_ReportErrorFormatter16(U_Severity severity, const U_UTF16String
 /// "( module :: number )" in the user's language; empty for location 0.
 U_UTF16String Up_LocationText(unsigned int location);
 
-// --- Dialogs (UI thread)
-// -----------------------------------------------------------------------------------------
+// --- Dialogs (UI thread) ---------------------------------------------------------------------------------
 
 /// Shows one error: closes a running input capture, remembers the error as the one shown last, sends
 /// telemetry and opens the dialog, or posts the error again while the node manager must not be interrupted.
@@ -99,8 +101,7 @@ void Up_ReportErrorUTF16(const U_UTF16String& location_text, U_Severity severity
 void Up_ReportErrorDialog(const U_UTF16String& location_text, U_Severity severity,
                           const U_UTF16String& message, float dialog_size);
 
-// --- Birth and death
-// ---------------------------------------------------------------------------------------------
+// --- Birth and death -------------------------------------------------------------------------------------
 
 /// Makes what posted errors and error states stand on. Returns 0, or 4 when memory ran out.
 Err Up_BirthErrors();
@@ -108,8 +109,7 @@ Err Up_BirthErrors();
 /// Ends it. What is still posted is lost silently, so `U_Death` shows it before.
 void Up_DeathErrors();
 
-// --- Assertions
-// --------------------------------------------------------------------------------------------------
+// --- Assertions ------------------------------------------------------------------------------------------
 
 /// Reports a failed assertion as U_Sev_PROBLEM. Returns 0 whatever becomes of the report.
 Err Up_AssertFailed(const char* expression, const char* file, int line);
