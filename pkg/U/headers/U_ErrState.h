@@ -1,7 +1,8 @@
 /// What becomes of errors for a while: silenced, deferred, gathered under a title, posted and shown later.
 ///
 /// A report (U_Err.h) asks the calling thread's error state what it may do. The states of a thread form a
-/// stack, so scopes nest, and a nested scope can only add restrictions. `U_Sev_FATAL` ignores every state.
+/// stack, so scopes nest, and a nested scope can only add restrictions. `U_Sev_FATAL` is never silenced;
+/// inside an aggregation it is posted like the others, but without the title.
 ///
 ///   state                  log and callbacks   last error and count   dialog
 ///   none                   yes                 yes                    UI thread shows, others post
@@ -31,7 +32,7 @@
 extern "C" {
 #endif
 
-// --- Quiet -------------------------------------------------------------------------------------------------
+// --- Quiet --------------------------------------------------------------------------------------------
 
 /// Silences errors on the calling thread until the matching end: no dialog, no posting, no last error, no
 /// count. `keep_logging` other than 0 keeps the log line, the stack crawl and the logging callbacks.
@@ -46,7 +47,7 @@ U_EXPORT Err U_StartQuietErrorsOnCurrentThread(int keep_logging);
 /// threads  any
 U_EXPORT Err U_EndQuietErrorsOnCurrentThread(void);
 
-// --- Deferred ----------------------------------------------------------------------------------------------
+// --- Deferred -----------------------------------------------------------------------------------------
 
 /// What a stretch of deferred work has to put back. Owned by the caller, filled by the start, emptied by the
 /// end; each start needs exactly one end, on the same thread.
@@ -85,7 +86,7 @@ U_EXPORT Err U_DeferredReportingEnd(bool report, const char* fallback_text, U_De
 U_EXPORT Err U_DeferredReportingEndAsync(bool report, bool async, const char* fallback_text,
                                          U_DeferredReportingState* state);
 
-// --- Posted errors -----------------------------------------------------------------------------------------
+// --- Posted errors ------------------------------------------------------------------------------------
 
 /// Gives how many errors wait to be shown; 0 outside birth and death.
 /// threads  any
@@ -108,7 +109,7 @@ U_EXPORT void U_ClearLastReportedError(void);
 #ifdef __cplusplus
 }  // extern "C"
 
-// --- Aggregation -------------------------------------------------------------------------------------------
+// --- Aggregation --------------------------------------------------------------------------------------
 
 /// While it lives, warnings and problems of the calling thread are posted under a title, and nothing posted
 /// is shown on this thread. All errors of one title end in one dialog, the title and a numbered list.
@@ -127,7 +128,7 @@ class U_EXPORT U_ScErrorDialogAggregation {
     static bool HasErrorAggregationOnThisThread();
 };
 
-// --- Reports that only post --------------------------------------------------------------------------------
+// --- Reports that only post ---------------------------------------------------------------------------
 
 /// Posts an error for the UI thread and does nothing else: no log line, no logging callback, no last error,
 /// no dialog at once, whichever thread calls. Dropped in a quiet state (unless fatal) or when the interact
@@ -140,7 +141,7 @@ U_EXPORT void U_AsyncReport(unsigned int location, unsigned short severity, cons
 U_EXPORT void U_AsyncReport(const U_UTF16String& location_text, unsigned short severity,
                             const U_UTF16String& text);
 
-// --- Grouped messages --------------------------------------------------------------------------------------
+// --- Grouped messages ---------------------------------------------------------------------------------
 //
 // A grouped message carries an identifier inside its text. Posted messages of one identifier are shown in one
 // dialog. The identifier is made of the lead text for several errors, the lead text for a single one, and the
@@ -157,8 +158,9 @@ U_EXPORT U_UTF16String U_FormUniqueGroupErrorMessageIdentifier(const U_UTF16Stri
                                                                const U_UTF16String& type_of_error,
                                                                const U_UTF16String& singular_text);
 
-/// Takes an identifier apart. Without a type of error the count line reads "Errors:"; without a separate
-/// singular text both lead texts are the same. A type of error without "@0" gets "@0 " in front.
+/// Takes an identifier apart: the inverse of the above. Without a type of error the count line is "Errors:";
+/// without a singular text of its own both lead texts are the same. A type of error without "@0" comes out
+/// as it stands; the dialog puts "@0 " in front of it.
 U_EXPORT void U_ExtractSingularPluralFromUniqueGroupIdentifier(const U_UTF16String& group_identifier,
                                                                U_UTF16String& plural_text,
                                                                U_UTF16String& type_of_error,
@@ -172,10 +174,11 @@ U_EXPORT U_UTF16String U_GroupErrorMessage(const U_UTF16String& message,
 /// first tag in units, or `U_UTF16String::npos`.
 U_EXPORT bool U_IsGroupedErrorMessage(const U_UTF16String& text, size_t* position);
 
-/// Gives what stands behind the identifier; what stands in front of the tag is dropped. A text without tag,
-/// or without braces in order behind it, comes back whole.
+/// Gives what stands behind the identifier's "}"; what stands in front of the tag is dropped. A text without
+/// the tag, or without a "}" behind it, comes back whole.
 ///
-/// group_identifier  may be null; receives what stands between the braces, or nothing
+/// group_identifier  may be null; receives what stands between the first "{" and the first "}" behind the
+///                   tag, or nothing when they are not there in this order
 U_EXPORT U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* group_identifier);
 
 #endif

@@ -57,7 +57,7 @@ U_EXPORT void RegisterTelemetryProvider(U_TelemetryProvider* provider);
 /// Gives the provider's answer; false without one.
 U_EXPORT bool IsLogging();
 
-// --- Events ------------------------------------------------------------------------------------------------
+// --- Events -------------------------------------------------------------------------------------------
 //
 // An event is named by its category, its name, a detail (text that ends in a zero unit; may be null) and the
 // group that it belongs to, all zero for none. Counts are kept by the provider. Without one nothing happens.
@@ -74,7 +74,7 @@ U_EXPORT void ClearEventCount(const char* category, const char* name, const unsi
 /// Sends every event that has a count.
 U_EXPORT void LogEventsWithCount();
 
-// --- Data groups -------------------------------------------------------------------------------------------
+// --- Data groups --------------------------------------------------------------------------------------
 
 /// Opens a group of fields. Without a provider it is opened in the usage logger if `use_usage_logger` is set,
 /// and is empty otherwise.
@@ -93,7 +93,7 @@ U_EXPORT DataGroup NewDataGroupImpl(const char* owner, const char* category, con
 /// `group` must not be empty.
 U_EXPORT void AddToGroupImpl(const DataGroup& group, const char* key, const U_UTF8String& value);
 
-// --- User data in messages ---------------------------------------------------------------------------------
+// --- User data in messages ----------------------------------------------------------------------------
 
 /// Gives the text between a pair of double quotation marks, as the language in force writes them.
 U_EXPORT U_UTF16String EncloseInQuotesForTelemetryRemoval(const U_UTF16String& text);
