@@ -10,7 +10,10 @@
 
 #include "zvkcore/config/Export.h"
 
+// ICU has a macro of this name and meaning; whichever header comes first, the other must not stumble.
+#ifndef U_EXPORT
 #define U_EXPORT ZVKCORE_EXPORT
+#endif
 
 /// An error code: 0 is success. The plug-in host's codes are four-character values.
 typedef int32_t Err;
