@@ -1,3 +1,5 @@
 ql_package(zvkcore_threads HEADERS headers
   INSTALL zvkcore/threads/Executors.h zvkcore/threads/Gate.h zvkcore/threads/PerThreadData.h
-          zvkcore/threads/RecursiveMutex.h zvkcore/threads/ThreadID.h zvkcore/threads/ThreadSafeMap.h)
+          zvkcore/threads/RecursiveMutex.h zvkcore/threads/ThreadID.h zvkcore/threads/ThreadSafeMap.h
+  SOURCES source/threads/Executors.cpp source/threads/Gate.cpp source/threads/RecursiveMutex.cpp
+          source/threads/ThreadID.cpp source/threads/WaitWord.cpp)

@@ -26,9 +26,10 @@ ZVKCORE_EXPORT size_t GenerateStackTrace(void** frames, size_t count, size_t ski
 /// The same as a list.
 ZVKCORE_EXPORT std::vector<void*> CaptureCallstack(size_t depth, size_t skip);
 
-/// Names the function of a frame, demangled; hidden and static functions too, as long as the file that holds
-/// them has its symbol table. Names are kept, so a frame costs some microseconds only once; the very first name
-/// of a process costs tens of milliseconds, as the debug information of its files is read.
+/// Names the function of a frame, demangled; hidden and static functions too, when the file that holds them has
+/// its symbol table and was loaded before the first such function was asked for. Names are kept, so a frame costs
+/// some microseconds only once; the first function of the process that is not exported costs tens of
+/// milliseconds, as the symbols of all files are read.
 ///
 /// name     receives the name, cut to `size - 1` bytes and ended by a zero; the empty text without a name
 /// returns  true if a name was found

@@ -1,0 +1,39 @@
+// The entries are few and read seldom, most of them once a process, so an ordered map under a lock will do.
+#include "zvkcore/debug/DebugDatabase.h"
+
+#include <mutex>
+
+namespace zvkcore::debug {
+
+DebugDatabase::DebugDatabase() = default;
+DebugDatabase::~DebugDatabase() = default;
+
+DebugDatabase& DebugDatabase::Instance()
+{
+    static DebugDatabase s_database;
+    return s_database;
+}
+
+std::optional<DebugDatabase::Value> DebugDatabase::FindEntry(std::string_view key) const
+{
+    const std::shared_lock lock(m_mutex);
+    const auto entry = m_entries.find(key);
+    return entry != m_entries.end() ? std::optional(entry->second) : std::nullopt;
+}
+
+void DebugDatabase::StoreEntry(std::string_view key, Value value)
+{
+    const std::unique_lock lock(m_mutex);
+    m_entries.insert_or_assign(std::string(key), std::move(value));
+}
+
+bool DebugDatabase::RemoveEntry(std::string_view key)
+{
+    const std::unique_lock lock(m_mutex);
+    const auto entry = m_entries.find(key);
+    if (entry == m_entries.end()) return false;
+    m_entries.erase(entry);
+    return true;
+}
+
+}  // namespace zvkcore::debug

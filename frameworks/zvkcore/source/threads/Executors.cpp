@@ -1,0 +1,207 @@
+// Both executors are an Asio context that one thread runs. A context that is closed takes no more work; closing
+// and handing over exclude one another, so that work is either refused to the caller's face or dealt with as
+// promised, and never lost in between.
+//
+// The state is shared with the thread, since the last owner of an executor may be a piece of its own work.
+#include "zvkcore/threads/Executors.h"
+
+#include <cxxabi.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/post.hpp>
+#include <exception>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include "zvkcore/logging/LogException.h"
+#include "zvkcore/threads/ThreadID.h"
+
+namespace zvkcore::threads {
+namespace {
+
+class WorkQueue {
+  public:
+    template <class Work>
+    void Post(Work&& work)
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_closed)
+            throw std::system_error(std::make_error_code(std::errc::operation_canceled), "executor");
+        boost::asio::post(context, std::forward<Work>(work));
+    }
+
+    void Close() noexcept
+    {
+        const std::lock_guard lock(m_mutex);
+        m_closed = true;
+        m_guard.reset();
+    }
+
+    boost::asio::io_context context{1};
+
+  private:
+    std::mutex m_mutex;  // guards the flag, and a hand-over against closing
+    bool m_closed = false;
+    boost::asio::executor_work_guard<boost::asio::io_context::executor_type> m_guard{context.get_executor()};
+};
+
+void RefuseEmpty(const boost::function<void()>& work)
+{
+    if (work.empty()) throw boost::bad_function_call();
+}
+
+// Keeps signals of the process away from a thread that starts in this scope. Faults of the thread itself stay
+// open: blocked, they would kill the process past every handler.
+class SignalsBlocked {
+  public:
+    SignalsBlocked()
+    {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
+            sigdelset(&blocked, fault);
+        }
+        pthread_sigmask(SIG_BLOCK, &blocked, &m_former);
+    }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &m_former, nullptr); }
+
+  private:
+    sigset_t m_former;
+};
+
+}  // namespace
+
+AsyncExecutor::~AsyncExecutor() = default;
+
+// --- The host's event loop ------------------------------------------------------------------------------------
+
+struct AsyncEventLoopAdaptor::State {
+    explicit State(std::function<void()> wakeLoop) : wake(std::move(wakeLoop)) {}
+
+    WorkQueue queue;
+    std::atomic<size_t> pending{0};
+    std::atomic<unsigned long> thread{GetCurrentThreadID()};
+    const std::function<void()> wake;
+};
+
+AsyncEventLoopAdaptor::AsyncEventLoopAdaptor(std::function<void()> wake)
+    : m_state(std::make_shared<State>(std::move(wake)))
+{
+}
+
+AsyncEventLoopAdaptor::~AsyncEventLoopAdaptor()
+{
+    Terminate();
+}
+
+bool AsyncEventLoopAdaptor::IsCurrentThreadExecutorThread() const
+{
+    return m_state->thread.load(std::memory_order_acquire) == GetCurrentThreadID();
+}
+
+void AsyncEventLoopAdaptor::BindToCurrentThread() noexcept
+{
+    m_state->thread.store(GetCurrentThreadID(), std::memory_order_release);
+}
+
+void AsyncEventLoopAdaptor::CallAsynchronously(const boost::function<void()>& work)
+{
+    RefuseEmpty(work);
+    const std::shared_ptr<State> state = m_state;
+    state->queue.Post([counter = &state->pending, work] {
+        counter->fetch_sub(1, std::memory_order_relaxed);
+        work();
+    });
+    state->pending.fetch_add(1, std::memory_order_release);
+    if (state->wake) state->wake();
+}
+
+size_t AsyncEventLoopAdaptor::RunPending()
+{
+    if (!IsCurrentThreadExecutorThread()) {
+        throw std::system_error(std::make_error_code(std::errc::operation_not_permitted), "RunPending");
+    }
+    // Only what is there now: work that hands over more work must not keep the host's loop from its events.
+    const std::shared_ptr<State> state = m_state;
+    const size_t pending = state->pending.load(std::memory_order_acquire);
+    size_t ran = 0;
+    while (ran < pending && state->queue.context.poll_one() != 0) ++ran;
+    return ran;
+}
+
+void AsyncEventLoopAdaptor::Terminate() noexcept
+{
+    m_state->queue.Close();
+    m_state->queue.context.stop();
+}
+
+// --- A thread of its own --------------------------------------------------------------------------------------
+
+struct AsyncThreadedExecutor::State {
+    // An exception must not end the thread, or whoever waits for the pieces behind it waits for ever. Only the
+    // unwinding of a cancelled thread goes on, as the system insists on it.
+    void Run()
+    {
+        id.store(GetCurrentThreadID(), std::memory_order_release);
+        for (;;) {
+            try {
+                queue.context.run();
+                return;
+            } catch (const abi::__forced_unwind&) {
+                throw;
+            } catch (...) {
+                logging::LogException(std::current_exception(), "AsyncThreadedExecutor");
+            }
+        }
+    }
+
+    bool IsCurrent() const { return id.load(std::memory_order_acquire) == GetCurrentThreadID(); }
+
+    WorkQueue queue;
+    std::atomic<unsigned long> id{0};
+    std::mutex joining;  // guards `thread` once it runs
+    std::thread thread;
+};
+
+AsyncThreadedExecutor::AsyncThreadedExecutor(const std::string& name) : m_state(std::make_shared<State>())
+{
+    const SignalsBlocked blocked;
+    m_state->thread = std::thread([state = m_state] { state->Run(); });
+    if (!name.empty()) pthread_setname_np(m_state->thread.native_handle(), name.substr(0, 15).c_str());
+}
+
+AsyncThreadedExecutor::~AsyncThreadedExecutor()
+{
+    Terminate();
+    const std::lock_guard lock(m_state->joining);
+    if (m_state->thread.joinable()) m_state->thread.detach();
+}
+
+bool AsyncThreadedExecutor::IsCurrentThreadExecutorThread() const
+{
+    return m_state->IsCurrent();
+}
+
+void AsyncThreadedExecutor::CallAsynchronously(const boost::function<void()>& work)
+{
+    RefuseEmpty(work);
+    m_state->queue.Post(work);
+}
+
+void AsyncThreadedExecutor::Terminate() noexcept
+{
+    m_state->queue.Close();
+    if (m_state->IsCurrent()) return;
+    const std::lock_guard lock(m_state->joining);
+    if (m_state->thread.joinable()) m_state->thread.join();
+}
+
+}  // namespace zvkcore::threads
