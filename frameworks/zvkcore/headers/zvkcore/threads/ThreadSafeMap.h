@@ -78,22 +78,32 @@ class ThreadSafeMap {
     template <class... Arguments>
     Value* Add(const Key& key, Arguments&&... arguments)
     {
-        const std::lock_guard lock(m_growth);
-        std::atomic<Block*>* link = &m_first;
-        for (Block* block; (block = link->load(std::memory_order_relaxed)) != nullptr; link = &block->next) {
-            for (size_t step = 0; step < kProbes; ++step) {
-                Slot& slot = block->slots[(HomeSlot(key) + step) % EntriesPerBlock];
-                if (!slot.full.load(std::memory_order_relaxed)) {
-                    return slot.Fill(key, std::forward<Arguments>(arguments)...);
+        // Made without the lock: memory that runs out is reported, and a report looks into maps like this one.
+        std::unique_ptr<Block> spare;
+        while (true) {
+            {
+                const std::lock_guard lock(m_growth);
+                std::atomic<Block*>* link = &m_first;
+                for (Block* block; (block = link->load(std::memory_order_relaxed)) != nullptr;
+                     link = &block->next) {
+                    for (size_t step = 0; step < kProbes; ++step) {
+                        Slot& slot = block->slots[(HomeSlot(key) + step) % EntriesPerBlock];
+                        if (!slot.full.load(std::memory_order_relaxed)) {
+                            return slot.Fill(key, std::forward<Arguments>(arguments)...);
+                        }
+                        if (slot.entry.key == key) return &slot.entry.value;
+                    }
                 }
-                if (slot.entry.key == key) return &slot.entry.value;
+                if (spare) {
+                    // Linked in after its first slot is filled, so a throwing constructor leaves no trace.
+                    Value* value =
+                        spare->slots[HomeSlot(key)].Fill(key, std::forward<Arguments>(arguments)...);
+                    link->store(spare.release(), std::memory_order_release);
+                    return value;
+                }
             }
+            spare = std::make_unique<Block>();
         }
-        // The block is linked in after its first slot is filled, so a throwing constructor leaves no trace.
-        auto block = std::make_unique<Block>();
-        Value* value = block->slots[HomeSlot(key)].Fill(key, std::forward<Arguments>(arguments)...);
-        link->store(block.release(), std::memory_order_release);
-        return value;
     }
 
   private:
