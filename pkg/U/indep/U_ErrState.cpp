@@ -23,11 +23,25 @@ std::atomic<StateMap*> s_thread_error_states{nullptr};
 
 constexpr const char* kNotSetUp = "Per thread quiet data not set up yet!";
 
-// The calling thread's newest state, or null. Creates the thread's entry, so it may run out of memory.
+// The calling thread's stack, made at its first call, which may run out of memory. That is reported, and a
+// report asks for its thread's state: while the stack is being made there is none, instead of a second try.
+StateStack* StackOfThisThread(StateMap& map)
+{
+    if (StateStack* stack = map.Find()) return stack;
+    static thread_local constinit bool t_isBeingMade = false;
+    if (t_isBeingMade) return nullptr;
+    struct Mark {
+        Mark() { t_isBeingMade = true; }
+        ~Mark() { t_isBeingMade = false; }
+    } const mark;
+    return map.FindOrCreate();
+}
+
+// The calling thread's newest state, or null.
 const Up_PerThreadErrorState* TopState()
 {
     StateMap* map = s_thread_error_states.load(std::memory_order_acquire);
-    const StateStack* stack = map ? map->FindOrCreate() : nullptr;
+    const StateStack* stack = map ? StackOfThisThread(*map) : nullptr;
     return stack && !stack->empty() ? &stack->back() : nullptr;
 }
 
@@ -78,8 +92,7 @@ Err Up_StartErrorStateOnCurrentThread(uint32_t flags, const U_UTF16String& probl
     return U_TrySection([&]() -> Err {
         StateMap* map = s_thread_error_states.load(std::memory_order_acquire);
         if (!map) return Misuse(1340, kNotSetUp);
-        StateStack* stack = map->FindOrCreate();
-        if (!stack) stack = map->Add();
+        StateStack* stack = StackOfThisThread(*map);
         if (!stack) return Misuse(1348, "PerThreadErrorStateStack can't be NULL now");
 
         Up_PerThreadErrorState state = stack->empty() ? Up_PerThreadErrorState{} : stack->back();
@@ -97,7 +110,7 @@ Err Up_EndErrorStateOnCurrentThread()
     return U_TrySection([]() -> Err {
         StateMap* map = s_thread_error_states.load(std::memory_order_acquire);
         if (!map) return Misuse(1382, kNotSetUp);
-        StateStack* stack = map->FindOrCreate();
+        StateStack* stack = StackOfThisThread(*map);
         if (!stack) return Misuse(1384, "Unbalanced U_EndQuietErrorsOnCurrentThread() (1)");
         if (stack->empty()) return Misuse(1385, "Unbalanced U_EndQuietErrorsOnCurrentThread() (2)");
         stack->pop_back();

@@ -1,12 +1,16 @@
 // Posting an error, and showing what was posted.
 //
-// The list is appended to under the mutex and taken whole by a drain, so a posting thread waits for a swap at
-// most. A drain folds and shows what it took without the mutex. When a dialog ends in an exception, what the
-// drain had not shown yet goes back, folded as it is, and the next drain shows it first.
+// The list is linked to under the mutex and taken whole by a drain, so a posting thread waits for a few
+// pointers at most. Nothing is allocated under the mutex: memory that runs out is reported, and that report
+// may post or drain on the same thread. A drain folds and shows what it took without the mutex. When a dialog
+// ends in an exception, what the drain had not shown yet goes back, folded as it is, and the next drain shows
+// it first.
+#include <iterator>
 #include <list>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "U.h"
 #include "U_TrySection.h"
@@ -17,6 +21,7 @@
 
 namespace {
 
+using Waiting = std::list<Up_PostErrorData>;
 using Entries = std::vector<Up_PostErrorData>;
 
 // What the UI thread showed last: the contract's S_last_main_thread_ location, severity and message.
@@ -27,8 +32,8 @@ struct ShownError {
 };
 
 struct PostedErrors {
-    Entries waiting;                 // in posting order
-    std::list<Entries> interrupted;  // folded, left over by a drain that an exception ended; oldest first
+    Waiting waiting;                 // in posting order
+    std::list<Entries> interrupted;  // folded, left over by drains that an exception ended; oldest first
     ShownError last_shown;
 };
 
@@ -51,9 +56,11 @@ bool IsRepeatOfLastShown(const U_UTF16String& location_text, U_Severity severity
 
 Err Append(Up_PostErrorData&& entry)
 {
+    Waiting one;
+    one.push_back(std::move(entry));
     const std::lock_guard lock(s_post_mutex);
     if (!s_posted_errors) return U_Err_UNBORN;
-    s_posted_errors->waiting.push_back(std::move(entry));
+    s_posted_errors->waiting.splice(s_posted_errors->waiting.end(), one);
     return U_Err_NONE;
 }
 
@@ -92,36 +99,40 @@ void AssertOnPosting(const U_UTF16String& message)
 // Errors on their way from the list to their dialogs. What is left when it dies goes back.
 class Drain {
   public:
-    Drain() : m_batches(1) {}  // room first: taking must not fail half-way
+    Drain()
+    {
+        const std::lock_guard lock(s_post_mutex);
+        if (!s_posted_errors) return;
+        m_posted.swap(s_posted_errors->waiting);
+        m_folded.swap(s_posted_errors->interrupted);
+    }
     ~Drain() { GiveBack(); }
     Drain(const Drain&) = delete;
     Drain& operator=(const Drain&) = delete;
 
-    void Take()
-    {
-        const std::lock_guard lock(s_post_mutex);
-        if (!s_posted_errors) return;
-        m_batches.back().swap(s_posted_errors->waiting);
-        m_batches.splice(m_batches.begin(), s_posted_errors->interrupted);
-    }
+    bool IsEmpty() const { return m_posted.empty() && m_folded.empty(); }
 
     void Fold()
     {
-        try {
-            Up_SeparateOutErrorGroups(m_batches.back());
-        } catch (...) {
-            // Half folded they would be shown as what they are not, so they are lost: the one such case.
-            m_batches.pop_back();
-            throw;
-        }
+        // All memory that this step needs is had before the first error is moved.
+        std::list<Entries> room(1);
+        Entries entries;
+        entries.reserve(m_posted.size());
+        entries.assign(std::move_iterator(m_posted.begin()), std::move_iterator(m_posted.end()));
+        m_posted.clear();
+        // When this fails the errors are lost, the one such case: half folded they would be shown as what
+        // they are not.
+        Up_SeparateOutErrorGroups(entries);
+        room.front().swap(entries);
+        m_folded.splice(m_folded.end(), room);
     }
 
     void Show()
     {
-        for (; !m_batches.empty(); m_batches.pop_front(), m_shown = 0) {
-            while (m_shown < m_batches.front().size()) {
+        for (; !m_folded.empty(); m_folded.pop_front(), m_shown = 0) {
+            while (m_shown < m_folded.front().size()) {
                 // Counted as shown before it is: what a dialog throws must not bring the same dialog back.
-                const Up_PostErrorData entry = std::move(m_batches.front()[m_shown++]);
+                const Up_PostErrorData entry = std::move(m_folded.front()[m_shown++]);
                 Up_ReportErrorUTF16(entry.location, entry.severity, entry.message,
                                     entry.is_group_dialog ? kGroupDialogSize : kPlainDialogSize, false,
                                     entry.send_telemetry);
@@ -132,18 +143,19 @@ class Drain {
   private:
     void GiveBack() noexcept
     {
-        if (m_batches.empty()) return;
-        Entries& first = m_batches.front();
-        first.erase(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(m_shown));
-        m_batches.remove_if([](const Entries& batch) { return batch.empty(); });
-        const std::lock_guard lock(s_post_mutex);
-        if (s_posted_errors) {
-            s_posted_errors->interrupted.splice(s_posted_errors->interrupted.begin(), m_batches);
+        if (!m_folded.empty()) {
+            Entries& first = m_folded.front();
+            first.erase(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(m_shown));
         }
+        const std::lock_guard lock(s_post_mutex);
+        if (!s_posted_errors) return;
+        s_posted_errors->waiting.splice(s_posted_errors->waiting.begin(), m_posted);
+        s_posted_errors->interrupted.splice(s_posted_errors->interrupted.begin(), m_folded);
     }
 
-    std::list<Entries> m_batches;  // the last one was taken from the waiting, those before it are folded
-    size_t m_shown = 0;            // of the first batch
+    Waiting m_posted;             // taken, not folded yet
+    std::list<Entries> m_folded;  // in the order in which they are shown
+    size_t m_shown = 0;           // of the first of them
 };
 
 }  // namespace
@@ -175,9 +187,8 @@ int U_GetNumPostedErrors()
 void U_DisplayPostedErrors()
 {
     if (U_ScErrorDialogAggregation::HasErrorAggregationOnThisThread()) return;
-    if (U_GetNumPostedErrors() == 0) return;
     Drain drain;
-    drain.Take();
+    if (drain.IsEmpty()) return;
     drain.Fold();
     drain.Show();
 }

@@ -24,25 +24,34 @@ struct QuotePair {
     U_UTF16String right;
 };
 
-// Made at first use in the language of that moment, and kept for the life of the process.
-const std::vector<QuotePair>& QuotePairs()
+using QuotePairs = std::vector<QuotePair>;
+
+QuotePairs MakeQuotePairs()
 {
-    static const std::vector<QuotePair> pairs = [] {
-        constexpr const char* kKeys[][2] = {
-            {"$$$/U/StripQuotedContents/Entry1Left=#{quot}", "$$$/U/StripQuotedContents/Entry1Right=#{quot}"},
-            {"$$$/U/StripQuotedContents/Entry2Left='", "$$$/U/StripQuotedContents/Entry2Right='"},
-            {"$$$/U/StripQuotedContents/Entry3Left=#{ldquo}",
-             "$$$/U/StripQuotedContents/Entry3Right=#{rdquo}"},
-            {"$$$/U/StripQuotedContents/Entry4Left=#{lsquo}",
-             "$$$/U/StripQuotedContents/Entry4Right=#{rsquo}"},
-        };
-        std::vector<QuotePair> made;
-        for (const auto& [left, right] : kKeys) {
-            made.push_back({U_ZStringToUTF16String(left), U_ZStringToUTF16String(right)});
-        }
-        return made;
-    }();
+    constexpr const char* kKeys[][2] = {
+        {"$$$/U/StripQuotedContents/Entry1Left=#{quot}", "$$$/U/StripQuotedContents/Entry1Right=#{quot}"},
+        {"$$$/U/StripQuotedContents/Entry2Left='", "$$$/U/StripQuotedContents/Entry2Right='"},
+        {"$$$/U/StripQuotedContents/Entry3Left=#{ldquo}", "$$$/U/StripQuotedContents/Entry3Right=#{rdquo}"},
+        {"$$$/U/StripQuotedContents/Entry4Left=#{lsquo}", "$$$/U/StripQuotedContents/Entry4Right=#{rsquo}"},
+    };
+    QuotePairs pairs;
+    for (const auto& [left, right] : kKeys) {
+        pairs.push_back({U_ZStringToUTF16String(left), U_ZStringToUTF16String(right)});
+    }
     return pairs;
+}
+
+// Made at first use in the language of that moment, and kept for the life of the process.
+const QuotePairs& GetQuotePairs()
+{
+    static std::atomic<bool> s_made{false};
+    QuotePairs made;
+    // Made before the guard of the static is taken: memory that runs out in there is reported, and a report
+    // may come here again on the same thread. A thread that comes second throws its own away.
+    if (!s_made.load(std::memory_order_acquire)) made = MakeQuotePairs();
+    static const QuotePairs s_pairs = std::move(made);
+    s_made.store(true, std::memory_order_release);
+    return s_pairs;
 }
 
 }  // namespace
@@ -129,14 +138,14 @@ void AddToGroupImpl(const DataGroup& group, const char* key, const U_UTF8String&
 
 U_UTF16String EncloseInQuotesForTelemetryRemoval(const U_UTF16String& text)
 {
-    const QuotePair& marks = QuotePairs().front();
+    const QuotePair& marks = GetQuotePairs().front();
     return marks.left + text + marks.right;
 }
 
 U_UTF16String StripQuotedContents(const U_UTF16String& text)
 {
     U_UTF16String result = text;
-    for (const auto& [left, right] : QuotePairs()) {
+    for (const auto& [left, right] : GetQuotePairs()) {
         const size_t first = result.find(left);
         const size_t last = result.rfind(right);
         if (first == U_UTF16String::npos || last == U_UTF16String::npos) continue;
