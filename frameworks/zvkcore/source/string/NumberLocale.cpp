@@ -49,7 +49,16 @@ UTF16String ReadSymbol(const UNumberFormat* format, UNumberFormatSymbol symbol)
     return UTF16String{Units(std::u16string_view{text, static_cast<std::size_t>(count)})};
 }
 
-// Null for a name that is no locale: ICU would fall back to its root for it.
+bool HaveOneLanguage(const char* a, const char* b)
+{
+    char languages[2][ULOC_LANG_CAPACITY];
+    UErrorCode status = U_ZERO_ERROR;
+    uloc_getLanguage(a, languages[0], ULOC_LANG_CAPACITY, &status);
+    uloc_getLanguage(b, languages[1], ULOC_LANG_CAPACITY, &status);
+    return U_SUCCESS(status) && std::string_view{languages[0]} == languages[1];
+}
+
+// Null for a name that is no locale: ICU would fall back to the locale of the environment for it, or to its root.
 std::unique_ptr<NumberForm> ReadForm(const char* name)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -57,7 +66,7 @@ std::unique_ptr<NumberForm> ReadForm(const char* name)
         unum_open(UNUM_DECIMAL, nullptr, 0, name, nullptr, &status), unum_close};
     if (U_FAILURE(status) || format == nullptr) return nullptr;
     const char* const found = unum_getLocaleByType(format.get(), ULOC_VALID_LOCALE, &status);
-    if (U_FAILURE(status) || found == nullptr || std::string_view{found} == "root") return nullptr;
+    if (U_FAILURE(status) || found == nullptr || !HaveOneLanguage(found, name)) return nullptr;
 
     auto form = std::make_unique<NumberForm>();
     form->name = name;
