@@ -1,2 +1,19 @@
 # Memory: the allocation front door, limits and purging, figures of the system, hogs.
-ql_package(U_memory HEADERS headers INSTALL U_Memory.h PRIVATE indep linux)
+ql_package(U_memory HEADERS headers INSTALL U_Memory.h PRIVATE indep
+  SOURCES
+    indep/U_Hogs.cpp
+    indep/U_Memory_Amount.cpp
+    indep/U_Memory_AsyncPurge.cpp
+    indep/U_Memory_External.cpp
+    indep/U_Memory_Figures.cpp
+    indep/U_Memory_Front.cpp
+    indep/U_Memory_Life.cpp
+    indep/U_Memory_Limits.cpp
+    indep/U_Memory_Preview.cpp
+    indep/U_Memory_Purge.cpp
+    indep/U_Memory_Recycled.cpp
+    indep/U_Memory_Report.cpp
+    indep/U_Memory_Shared.cpp
+    indep/U_Memory_Usage.cpp
+    indep/U_TraceLine.cpp
+    linux/Up_MemoryProbe_Linux.cpp)

@@ -325,15 +325,15 @@ class U_EXPORT U_MemoryUsageAsPerOS {
   private:
     U_MemoryUsageAsPerOS();
     uint64_t SyncAndAdjust(OSUsageType type);
-    uint64_t SyncNow(OSUsageType type, bool onlyIfStale);
-    void SyncLocked();
+    uint64_t Sync(OSUsageType type, bool onlyIfStale);
+    uint64_t Figure(OSUsageType type) const;
     bool IsStale() const;
 
-    std::mutex m_mutex;  // guards a consistent set of the figures below
+    std::mutex m_mutex;  // held while the figures of one moment are stored or read together
     std::atomic<uint64_t> m_resident{0};
     std::atomic<uint64_t> m_total{0};
     std::atomic<uint64_t> m_trackedAtSync{0};
-    std::atomic<uint64_t> m_lastSync;
+    std::atomic<uint64_t> m_lastSync;  // time stamp
 };
 
 /// Free and inactive memory of the machine, in bytes. Gives 0, or 1 when the machine does not tell, and then

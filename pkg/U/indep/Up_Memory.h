@@ -19,6 +19,9 @@ Err Up_TerminateMemorySubsystem();
 /// The heap of the last birth; null before the first.
 MEM_Heap* Up_Heap();
 
+/// Whether in use is what the operating system says: "MemoryAccountDirect2", as it was read at birth.
+bool Up_IsMemoryAccountDirect();
+
 /// The sizes at which a request stops being small, and at which it is never tried.
 constexpr unsigned kSmallBlockShift = 15;
 constexpr unsigned kRequestLimitShift = 31;
@@ -56,9 +59,6 @@ U_MemoryProbe Up_MemoryProbe();
 /// The probe of the platform.
 extern const U_MemoryProbe Up_G_platformProbe;
 
-/// "MemoryAccountDirect2", as it was read at birth.
-bool Up_ReadMemoryAccountDirect();
-
 // --- How much to purge (U_Memory_Amount.cpp) -----------------------------------------------------
 
 /// Everything that decides how many bytes have to go; all in bytes.
@@ -73,6 +73,9 @@ struct Up_PurgeInputs {
     std::uint64_t recycled;   // the recycler's pool
 };
 
+/// Where purging begins when the host has set no limit: 70% of physical memory.
+std::uint64_t Up_DefaultThreshold();
+
 /// The bytes to purge; a function of its inputs alone. Differences are those of mathematics, so no figure is
 /// too large, and a result beyond 64 bits is the largest one.
 std::uint64_t Up_AmountToPurgeFrom(const Up_PurgeInputs& inputs);
@@ -81,7 +84,21 @@ std::uint64_t Up_AmountToPurgeFrom(const Up_PurgeInputs& inputs);
 void Up_AmountToPurge(bool includeRecycled, unsigned long long request, unsigned long long* amount,
                       unsigned long long* used, unsigned long long* threshold);
 
-// --- Purging (U_Memory_Purge.cpp, U_Memory_AsyncPurge.cpp) ---------------------------------------
+/// The same as a value; all in bytes.
+struct Up_Amounts {
+    unsigned long long amount = 0;
+    unsigned long long used = 0;
+    unsigned long long threshold = 0;
+};
+
+inline Up_Amounts Up_AmountsFor(bool includeRecycled, unsigned long long request)
+{
+    Up_Amounts amounts;
+    Up_AmountToPurge(includeRecycled, request, &amounts.amount, &amounts.used, &amounts.threshold);
+    return amounts;
+}
+
+// --- Purging (U_Memory_Purge.cpp, U_Memory_AsyncPurge.cpp, U_Memory_Preview.cpp) -----------------
 
 /// Purges if `size` more bytes would pass the limit. It refuses nothing on the ground of size: `*ok` is 0
 /// only with an error, which is the result.
@@ -93,8 +110,8 @@ void Up_MakeRoomForBlock(unsigned long long request, bool recycled);
 /// Signals the host if the process is over its limit now, whatever the request is.
 void Up_MakeRoomForBlockWithAsyncPurging(unsigned long long request);
 
-/// Above 0, nothing is purged before an allocation.
-std::int32_t Up_ProactivePurgeDisableCount();
+/// Whether a U_ScDisableProactivePrePurging lives: nothing is purged before an allocation.
+bool Up_IsProactivePurgeDisabled();
 
 /// Traces the figures of the moment.
 void Up_TraceMemoryUsage(unsigned long long threshold);
@@ -112,8 +129,8 @@ void Up_TerminateHogs();
 
 // --- For tests -----------------------------------------------------------------------------------
 
-/// Makes the process forget what it reads or learns once: debug keys, allowed purging, figures, failed
-/// purges.
+/// Makes the process forget what it learns once: the debug keys, and that purging is allowed.
 void Up_ResetMemoryForTests();
+void Up_ForbidPurgingForTests();
 
 #endif
