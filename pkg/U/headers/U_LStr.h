@@ -91,7 +91,9 @@ U_EXPORT Err U_ZGetLengthLStrCache(U_ZLStrCache_Opaque* cache, int* length);
 /// returns  0; 4 when memory ran out
 U_EXPORT Err U_ZRegisterLStrCache(U_ZLStrCache_Opaque** ref);
 
-/// Destroys a private copy and nulls `*ref`. To be called with nothing but what `U_ZRegisterLStrCache` made.
+/// Destroys a private copy and nulls `*ref`.
+///
+/// returns  0; 3, with nothing done, for a table that `U_ZRegisterLStrCache` did not make
 U_EXPORT Err U_ZUnregisterLStrCache(U_ZLStrCache_Opaque** ref);
 
 #ifdef __cplusplus

@@ -11,4 +11,10 @@ int Up_ZLStrBirth();
 /// Returns 0.
 int Up_ZLStrDeath();
 
+/// A copy of a table that nobody holds, in blocks of the C heap.
+///
+/// deep     false: the copy has keys only, but for rows whose text is final
+/// returns  null for a damaged table, or when memory ran out
+U_ZLStrCache* Up_ZCacheDeepCopy(U_ZLStrCache* cache, bool deep);
+
 #endif
