@@ -17,3 +17,6 @@ set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/source/debug/FunctionNa
   PROPERTIES COMPILE_DEFINITIONS "QL_BACKTRACE_HEADER=\"${QL_BACKTRACE_HEADER}\"")
 # The archive is an inner matter: none of its functions is to be seen from outside.
 target_link_options(qlfoundation PRIVATE "LINKER:--exclude-libs,libbacktrace.a")
+ql_tests(zvkcore_debug_tests
+  SOURCES tests/debug/DeadLockDetector_test.cpp tests/debug/Services_test.cpp tests/debug/StackTrace_test.cpp
+          tests/debug/Trace_test.cpp)
