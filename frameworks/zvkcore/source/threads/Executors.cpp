@@ -5,6 +5,9 @@
 // The state is shared with the thread, since the last owner of an executor may be a piece of its own work.
 #include "zvkcore/threads/Executors.h"
 
+// The queue's own lock orders a hand-over already, and the thread sanitizer does not know bare fences.
+#define BOOST_ASIO_DISABLE_FENCED_BLOCK 1
+
 #include <cxxabi.h>
 #include <pthread.h>
 #include <signal.h>
