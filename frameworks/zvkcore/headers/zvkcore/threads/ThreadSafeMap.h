@@ -80,28 +80,8 @@ class ThreadSafeMap {
     {
         // Made without the lock: memory that runs out is reported, and a report looks into maps like this one.
         std::unique_ptr<Block> spare;
-        while (true) {
-            {
-                const std::lock_guard lock(m_growth);
-                std::atomic<Block*>* link = &m_first;
-                for (Block* block; (block = link->load(std::memory_order_relaxed)) != nullptr;
-                     link = &block->next) {
-                    for (size_t step = 0; step < kProbes; ++step) {
-                        Slot& slot = block->slots[(HomeSlot(key) + step) % EntriesPerBlock];
-                        if (!slot.full.load(std::memory_order_relaxed)) {
-                            return slot.Fill(key, std::forward<Arguments>(arguments)...);
-                        }
-                        if (slot.entry.key == key) return &slot.entry.value;
-                    }
-                }
-                if (spare) {
-                    // Linked in after its first slot is filled, so a throwing constructor leaves no trace.
-                    Value* value =
-                        spare->slots[HomeSlot(key)].Fill(key, std::forward<Arguments>(arguments)...);
-                    link->store(spare.release(), std::memory_order_release);
-                    return value;
-                }
-            }
+        for (;;) {
+            if (Value* value = Place(spare, key, std::forward<Arguments>(arguments)...)) return value;
             spare = std::make_unique<Block>();
         }
     }
@@ -142,6 +122,30 @@ class ThreadSafeMap {
         Slot slots[EntriesPerBlock];
         std::atomic<Block*> next{nullptr};
     };
+
+    // Finds the key or fills a free slot, in the spare block if need be; null, with `arguments` as they were, when
+    // all slots are taken and there is no spare.
+    template <class... Arguments>
+    Value* Place(std::unique_ptr<Block>& spare, const Key& key, Arguments&&... arguments)
+    {
+        const size_t home = HomeSlot(key);
+        const std::lock_guard lock(m_growth);
+        std::atomic<Block*>* link = &m_first;
+        for (Block* block; (block = link->load(std::memory_order_relaxed)) != nullptr; link = &block->next) {
+            for (size_t step = 0; step < kProbes; ++step) {
+                Slot& slot = block->slots[(home + step) % EntriesPerBlock];
+                if (!slot.full.load(std::memory_order_relaxed)) {
+                    return slot.Fill(key, std::forward<Arguments>(arguments)...);
+                }
+                if (slot.entry.key == key) return &slot.entry.value;
+            }
+        }
+        if (!spare) return nullptr;
+        // Linked in after its first slot is filled, so a throwing constructor leaves no trace.
+        Value* value = spare->slots[home].Fill(key, std::forward<Arguments>(arguments)...);
+        link->store(spare.release(), std::memory_order_release);
+        return value;
+    }
 
     static constexpr size_t kProbes = std::min<size_t>(EntriesPerBlock, 8);
 
