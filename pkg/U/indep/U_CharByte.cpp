@@ -99,7 +99,7 @@ size_t Up_CutLength(const char* text, size_t limit)
 
 size_t Up_CutLength(const char* text, size_t size, size_t limit)
 {
-    const size_t length = strnlen(text, size);
+    const size_t length = size ? strnlen(text, size) : 0;  // an empty source may have no address
     const bool endsInside = length == size;
     if (length <= limit && !endsInside) return length;
     limit = std::min(limit, length);

@@ -17,7 +17,7 @@ constexpr size_t kLongestPascal = 255;
 
 void CopyBytes(const char* source, size_t length, char* target)
 {
-    std::memcpy(target, source, length);
+    if (length) std::memcpy(target, source, length);
     target[length] = 0;
 }
 

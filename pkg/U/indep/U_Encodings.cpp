@@ -56,8 +56,13 @@ struct CloseConverter {
 };
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
-// One character that the encoding lacks, or a lone surrogate. ICU's own substitution would drop characters that
-// are merely invisible.
+// What happens at a character that the encoding lacks, or a lone surrogate. ICU's own callbacks for the same would
+// drop characters that are merely invisible.
+void U_CALLCONV Stop(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32,
+                     UConverterCallbackReason, UErrorCode*)
+{
+    // The error stands.
+}
 void U_CALLCONV WriteQuestionMark(const void*, UConverterFromUnicodeArgs* arguments, const UChar*, int32_t,
                                   UChar32, UConverterCallbackReason reason, UErrorCode* error)
 {
@@ -136,8 +141,7 @@ bool Encode(const U_UTF16String& text, const Encoding& encoding, bool strict, st
     out.resize(text.size() * encoding.bytesAUnit);
     UErrorCode error = U_ZERO_ERROR;
     ucnv_resetFromUnicode(converter);
-    ucnv_setFromUCallBack(converter, strict ? UCNV_FROM_U_CALLBACK_STOP : WriteQuestionMark, nullptr, nullptr,
-                          nullptr, &error);
+    ucnv_setFromUCallBack(converter, strict ? Stop : WriteQuestionMark, nullptr, nullptr, nullptr, &error);
     const UChar* source = ReadAs<const UChar>(units.data());
     char* target = out.data();
     ucnv_fromUnicode(converter, &target, target + out.size(), &source, source + units.size(), nullptr, true,

@@ -1,0 +1,308 @@
+#include "U_String.h"
+
+#include <cstring>
+
+#include "QLTest.h"
+#include "TextSamples.h"
+
+namespace {
+
+using zvkcore::string::literals::operator""_u16;
+using zvkcore::string::literals::operator""_utf8;
+
+class Cuts : public EachSample {};
+INSTANTIATE_SAMPLES(Cuts);
+
+// A target of exactly `size` bytes, so that a sanitizer sees a byte too many.
+struct Target {
+    explicit Target(size_t size, const char* text = "") : bytes(size, '#')
+    {
+        if (size) std::strncpy(bytes.data(), text, size);
+    }
+    std::string Text() const { return {bytes.data(), strnlen(bytes.data(), bytes.size())}; }
+    std::vector<char> bytes;
+};
+
+TEST_P(Cuts, FallOnACharacterOfTheSource)
+{
+    const TextSample& sample = Sample();
+    const std::string& text = sample.text;
+    for (size_t size = 1; size <= text.size() + 2; ++size) {
+        const std::string expected = text.substr(0, sample.CutAt(size - 1));
+        Target copied{size};
+        EXPECT_EQ(U_CopyString(text.c_str(), size, copied.bytes.data()), 0);
+        EXPECT_EQ(copied.Text(), expected) << size;
+
+        Target joined{size + 3, "abc"};
+        EXPECT_EQ(U_ConcatString(text.c_str(), size + 3, joined.bytes.data()), 0);
+        EXPECT_EQ(joined.Text(), "abc" + expected) << size;
+
+        std::vector<char> whole(text.c_str(), text.c_str() + text.size() + 1);
+        EXPECT_EQ(U_TruncateString(static_cast<int>(size - 1), whole.data()), 0);
+        EXPECT_EQ(whole.data(), expected) << size;
+    }
+}
+
+TEST_P(Cuts, OfASourceWithoutTerminatorStayInsideIt)
+{
+    const TextSample& sample = Sample();
+    for (size_t length = 0; length <= sample.text.size(); ++length) {
+        const std::vector<char> source(sample.text.begin(), sample.text.begin() + static_cast<long>(length));
+        for (size_t size = 1; size <= length + 2; ++size) {
+            Target target{size};
+            EXPECT_EQ(U_CopyStringLen(source.data(), length, size, target.bytes.data()), 0);
+            EXPECT_EQ(target.Text(), sample.text.substr(0, sample.CutAt(std::min(length, size - 1))))
+                << length << " " << size;
+        }
+    }
+}
+
+TEST_P(Cuts, KeepATextThatFitsWholeThoughItEndsInHalfACharacter)
+{
+    const std::string text = "a" + Sample().text.substr(Sample().starts[1], 1);
+    Target target{3};
+    U_CopyStringLen(text.c_str(), 100, 3, target.bytes.data());
+    EXPECT_EQ(target.Text(), text);
+    U_CopyString(text.c_str(), SIZE_MAX, target.bytes.data());
+    EXPECT_EQ(target.Text(), text);
+}
+
+TEST(Copies, WithoutRoomWriteNothing)
+{
+    char target[] = "abc";
+    U_CopyString("xyz", 0, target);
+    U_CopyStringLen("xyz", 3, 0, target);
+    U_ConcatString("xyz", 4, target);
+    U_ConcatString("xyz", 2, target);
+    EXPECT_STREQ(target, "abc");
+    U_CopyString("xyz", 1, target);
+    EXPECT_STREQ(target, "");
+    U_TruncateString(-5, target);
+    EXPECT_STREQ(target, "");
+}
+
+TEST(Copies, Of16BitTextKeepPairsWhole)
+{
+    const U_UTF16String text = u"a\U0001F600b"_u16;
+    const std::pair<size_t, U_UTF16String> rows[] = {
+        {1, u""_u16}, {2, u"a"_u16}, {3, u"a"_u16}, {4, u"a\U0001F600"_u16}, {5, text}, {9, text}};
+    for (const auto& [size, expected] : rows) {
+        std::vector<unsigned short> target(size, 7);
+        EXPECT_EQ(U_CopyStringW(text.c_str(), size, target.data()), 0);
+        EXPECT_EQ(U_UTF16String(target.data()), expected) << size;
+
+        U_UTF16String cut = text;
+        U_TruncateStringToNumChars(&cut, static_cast<unsigned int>(size - 1));
+        EXPECT_EQ(cut, expected) << size;
+        cut = text;
+        U_TruncateStringToByteSize(&cut, static_cast<unsigned int>(2 * size - 1));
+        EXPECT_EQ(cut, expected) << size;
+    }
+    unsigned short untouched = 7;
+    U_CopyStringW(text.c_str(), 0, &untouched);
+    EXPECT_EQ(untouched, 7);
+}
+
+TEST(Copies, ToUTF8KeepSequencesWhole)
+{
+    const std::string bytes = "a\xC3\xA9\xF0\x9F\x98\x80";
+    const size_t kept[] = {0, 0, 1, 1, 3, 3, 3, 3, 7, 7};
+    for (size_t size = 1; size < std::size(kept); ++size) {
+        std::vector<unsigned char> out(size, '#');
+        EXPECT_EQ(U_CopyToUTF8Buf(u"a\u00E9\U0001F600"_u16, size, out.data()), 0);
+        EXPECT_STREQ(reinterpret_cast<char*>(out.data()), bytes.substr(0, kept[size]).c_str()) << size;
+
+        U_UTF8String text{zvkcore::string::Units(bytes)};
+        U_TruncateStringToByteSize(&text, static_cast<unsigned int>(size - 1));
+        EXPECT_EQ(text.size(), kept[size]) << size;
+    }
+}
+
+using PascalStrings = qltest::Library;
+
+TEST_F(PascalStrings, AreCutOnACharacter)
+{
+    if (!HaveLegacyLocales()) GTEST_SKIP() << "the build has no legacy locales";
+    for (const TextSample& sample : kTextSamples) {
+        const ScEncoding encoding{sample.encoding};
+        for (size_t size = 1; size <= sample.text.size() + 2; ++size) {
+            std::vector<unsigned char> pascal(size);
+            const int expected = sample.text.size() < size ? 0 : 10;
+            EXPECT_EQ(U_CopyCtoPString(sample.text.c_str(), static_cast<int>(size), pascal.data()), expected);
+            EXPECT_EQ(pascal[0], sample.CutAt(size - 1)) << sample.name << size;
+            EXPECT_EQ(std::memcmp(pascal.data() + 1, sample.text.data(), pascal[0]), 0);
+        }
+    }
+}
+
+TEST_F(PascalStrings, ReportWhatDoesNotFit)
+{
+    const unsigned char abc[] = "\3abc";
+    char text[5] = "zzzz";
+    EXPECT_EQ(U_CopyPtoCString(abc, 3, text), 10);
+    EXPECT_STREQ(text, "zzzz");
+    EXPECT_EQ(U_CopyPtoCString(abc, 4, text), 0);
+    EXPECT_STREQ(text, "abc");
+
+    const std::string three(300, 'x');
+    unsigned char pascal[400];
+    EXPECT_EQ(U_CopyCtoPString(three.c_str(), 400, pascal), 10);
+    EXPECT_EQ(pascal[0], 255);
+    EXPECT_EQ(U_CopyCtoPString("abcd", 3, pascal), 10);
+    EXPECT_EQ(std::string(pascal, pascal + 3), "\2ab");
+    EXPECT_EQ(U_CopyCtoPString("", 0, nullptr), 0);
+
+    unsigned char copy[4];
+    EXPECT_EQ(U_Pstrcpy(copy, abc), 0);
+    EXPECT_EQ(std::memcmp(copy, abc, 4), 0);
+
+    ASSERT_EQ(Reports().size(), 3u);
+    EXPECT_EQ(Reports()[0],
+              (qltest::Report{0, U_Sev_PROBLEM, "QLTest error: text too long for 3-byte buffer ('abc')."}));
+    EXPECT_EQ(Reports()[2].text, "QLTest error: text too long for 3-byte pascal string buffer ('abcd').");
+}
+
+class Searches : public EachSample {};
+INSTANTIATE_SAMPLES(Searches);
+
+TEST_P(Searches, MatchWhereACharacterBegins)
+{
+    const TextSample& sample = Sample();
+    const char* const text = sample.text.c_str();
+    for (int c = 0; c < 256; ++c) {
+        const char* first = nullptr;
+        const char* last = nullptr;
+        for (size_t at = 0; at <= sample.text.size(); ++at) {
+            if (!sample.IsStart(at) || text[at] != static_cast<char>(c)) continue;
+            last = text + at;
+            if (!first) first = last;
+        }
+        const char find[] = {static_cast<char>(c), 0};
+        EXPECT_EQ(U_strchr(text, c), first) << c;
+        EXPECT_EQ(U_strrchr(text, c), last) << c;
+        EXPECT_EQ(U_strstr(text, find), c ? first : text) << c;
+        EXPECT_EQ(U_strrstr(text, find), last) << c;
+    }
+    const std::string doubled = sample.text + sample.text;
+    EXPECT_EQ(U_strstr(doubled.c_str(), text), doubled.c_str());
+    EXPECT_EQ(U_strrstr(doubled.c_str(), text), doubled.c_str() + sample.text.size());
+    EXPECT_EQ(U_strstr(text, doubled.c_str()), nullptr);
+}
+
+TEST(Comparison, OrdersByUnits)
+{
+    struct Row {
+        const char* a;
+        const char* b;
+        int exact;  // of U_strcmp
+        int folded;
+    };
+    const Row rows[] = {
+        {"", "", 0, 0},
+        {"", "a", -1, -1},
+        {"a", "", 1, 1},
+        {"C", "A", 2, 1},
+        {"a", "z", -25, -25},
+        {"9", "1", 8, 8},
+        {"a", "B", 1, -1},
+        {"abc", "abd", -1, -1},
+        {"ab", "abc", -1, -1},
+        {"same", "same", 0, 0},
+        {"SAME", "same", -1, 0},
+        {"\xC3\x89t\xC3\xA9", "\xC3\xA9t\xC3\x89", -1, 0},
+        {"\xEF\xBC\xA1", "\xF0\x9F\x98\x80", 1, 1},  // by unit U+FF21 stands behind a surrogate
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(U_strcmp(row.a, row.b), row.exact) << row.a << " " << row.b;
+        const int folded = U_stricmp(row.a, row.b);
+        EXPECT_EQ((folded > 0) - (folded < 0), (row.folded > 0) - (row.folded < 0)) << row.a << " " << row.b;
+    }
+    const std::string longName(1023, 'n');
+    EXPECT_EQ(U_stricmp((longName + "a").c_str(), (longName + "b").c_str()), 0);
+}
+
+TEST(Case, ChangesInPlaceAndKeepsTheLength)
+{
+    struct Row {
+        const char* name;
+        unsigned int encoding;
+        const char* text;
+        const char* lower;
+        const char* upper;
+    };
+    const Row rows[] = {
+        {"Ascii", U_ENCODING_UTF8, "Layer 7", "layer 7", "LAYER 7"},
+        {"TwoBytes", U_ENCODING_UTF8, "\xC3\x89t\xC3\xA9", "\xC3\xA9t\xC3\xA9", "\xC3\x89T\xC3\x89"},
+        {"KelvinIsLonger", U_ENCODING_UTF8, "1 \xE2\x84\xAA X", "1 \xE2\x84\xAA x", "1 \xE2\x84\xAA X"},
+        {"LowerIsLonger", U_ENCODING_UTF8,
+         "\xC8\xBA"
+         "A",
+         "\xC8\xBA"
+         "a",
+         "\xC8\xBA"
+         "A"},
+        {"MicroIsNotInLatin", U_ENCODING_WINDOWS_LATIN1, "\xB5m", "\xB5m", "\xB5M"},
+        {"TrailBytesStay", U_ENCODING_WINDOWS_JAPANESE, "\x83\x41z", "\x83\x41z", "\x83\x41Z"},
+        {"InvalidStays", U_ENCODING_UTF8, "Ab\xFF", "Ab\xFF", "Ab\xFF"},
+        {"Empty", U_ENCODING_UTF8, "", "", ""},
+    };
+    for (const Row& row : rows) {
+        const ScEncoding encoding{row.encoding};
+        std::string text = row.text;
+        EXPECT_EQ(U_StringToLower(text.data()), 0);
+        EXPECT_EQ(text, row.lower) << row.name;
+        text = row.text;
+        EXPECT_EQ(U_StringToUpper(text.data()), 0);
+        EXPECT_EQ(text, row.upper) << row.name;
+    }
+}
+
+TEST(TextHelpers, HexadecimalDigits)
+{
+    for (int c = -1; c <= 256; ++c) {
+        const char* digits = "0123456789ABCDEFabcdef";
+        const char* found = c > 0 && c < 256 ? std::strchr(digits, c) : nullptr;
+        const long at = found ? found - digits : 0;
+        unsigned char nibble = 99;
+        unsigned char isHex = 99;
+        EXPECT_EQ(U_HexChar2Nibble(c, &nibble, &isHex), 0);
+        EXPECT_EQ(nibble, at < 16 ? at : at - 6) << c;
+        EXPECT_EQ(isHex, found ? 1 : 0) << c;
+    }
+    EXPECT_EQ(U_HexChar2Nibble('a', nullptr, nullptr), 0);
+}
+
+TEST(TextHelpers, SplitKeepsEmptyPieces)
+{
+    const auto split = [](const U_UTF16String& text, const U_UTF16String& separator) {
+        std::vector<U_UTF16String> pieces{u"old"_u16};
+        U_SplitUTF16String(text, separator, pieces);
+        return pieces;
+    };
+    using Pieces = std::vector<U_UTF16String>;
+    EXPECT_EQ(split(u"a, b, "_u16, u", "_u16), (Pieces{u"a"_u16, u"b"_u16, u""_u16}));
+    EXPECT_EQ(split(u"aaa"_u16, u"aa"_u16), (Pieces{u""_u16, u"a"_u16}));
+    EXPECT_EQ(split(u"ab"_u16, u"x"_u16), (Pieces{u"ab"_u16}));
+    EXPECT_EQ(split(u""_u16, u"x"_u16), (Pieces{u""_u16}));
+    EXPECT_EQ(split(u"ab"_u16, u""_u16), (Pieces{u"ab"_u16}));
+}
+
+TEST(TextHelpers, CodesAndRelativeNumbers)
+{
+    EXPECT_EQ(U_UTF8BytesToString(0x41424344), "ABCD"_utf8);
+    EXPECT_EQ(U_UTF8BytesToString(0x41420043), "AB"_utf8);
+    EXPECT_EQ(U_UTF8BytesToString(0), ""_utf8);
+
+    EXPECT_TRUE(U_NumericStringIndicatesRelative("+5"_utf8));
+    EXPECT_FALSE(U_NumericStringIndicatesRelative(""_utf8));
+    EXPECT_EQ(U_SetNumericStringToIndicateRelative("5"_utf8, true), "+5"_utf8);
+    EXPECT_EQ(U_SetNumericStringToIndicateRelative("+5"_utf8, true), "+5"_utf8);
+    EXPECT_EQ(U_SetNumericStringToIndicateAbsolute("++5"_utf8), "+5"_utf8);
+    EXPECT_EQ(U_SetNumericStringToIndicateAbsolute("5"_utf8), "5"_utf8);
+
+    EXPECT_STREQ(U_SpecialCharacters[U_SpecialChar_DOWN_TRIANGLE], "\xE2\x96\xBE");
+    EXPECT_STREQ(U_SpecialCharacters[U_SpecialChar_HYPHEN_MINUS], "-");
+    EXPECT_STREQ(U_SpecialCharacters[U_SpecialChar_HORIZONTAL_BAR], "\xE2\x80\x95");
+}
+
+}  // namespace
