@@ -28,6 +28,9 @@ class Dictionary {
   public:
     bool Read(const char* data, int size, bool third);
     UTF16String Lookup(const char* literal, const zlex::EncodingInfo* encoding) const;
+    /// The text of a key in this dictionary alone.
+    bool Find(std::string_view key, UTF16String& text) const;
+
     bool IsLoaded() const { return m_loaded; }
 
     /// Whether the stored texts stand in `Stored()`; in the text form all stand in `Texts()`.
@@ -55,7 +58,6 @@ class Dictionary {
     bool ReadVersion2(const char* data, const char* end, bool third, char version, zlex::EndianT endian);
     bool ReadText(const char* data, const char* end);
     void AddEntries(HashTable&& entries);
-    bool Find(std::string_view key, UTF16String& text) const;
 
     bool m_loaded = false;
     Mode m_mode = kTextMode;
