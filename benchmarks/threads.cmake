@@ -1,1 +1,0 @@
-ql_benchmark(threads)
