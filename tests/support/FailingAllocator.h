@@ -14,7 +14,7 @@
 /// no leak.
 ///
 /// A program that links `ql_test_support` (`ql_tests(... LIBS ql_test_support)`) has its `operator new`, `malloc`,
-/// `calloc`, `realloc`, `aligned_alloc`, `posix_memalign` and `strdup` taken over, those of the library's objects
+/// `calloc`, `realloc`, `aligned_alloc`, `posix_memalign`, `strdup` and `mmap` taken over, those of the library's objects
 /// included; calls of C code inside other shared libraries are not seen. Failures are armed for the calling thread
 /// only. Do not use test assertions while a failure is armed: keep results, and check them behind the scenario.
 #ifndef QL_TEST_FAILINGALLOCATOR_H
