@@ -17,3 +17,14 @@ ql_package(U_memory HEADERS headers INSTALL U_Memory.h PRIVATE indep
     indep/U_Memory_Usage.cpp
     indep/U_TraceLine.cpp
     linux/Up_MemoryProbe_Linux.cpp)
+
+ql_tests(U_memory_tests
+  SOURCES
+    tests/U_Hogs_test.cpp
+    tests/U_Memory_Amount_test.cpp
+    tests/U_Memory_Faults_test.cpp
+    tests/U_Memory_Figures_test.cpp
+    tests/U_Memory_Front_test.cpp
+    tests/U_Memory_Purge_test.cpp
+    tests/U_Memory_Shared_test.cpp
+  LIBS ql_test_support)

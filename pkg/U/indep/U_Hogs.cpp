@@ -93,8 +93,9 @@ Err U_AccountHog(uint32_t id, long long delta)
         std::lock_guard lock(g_mutex);
         const auto found = g_registry ? g_registry->find(id) : Registry::iterator{};
         if (g_registry && found != g_registry->end()) {
-            long long& bytes = found->second.bytes;
-            if (__builtin_add_overflow(bytes, delta, &bytes)) return U_Err_OUT_OF_RANGE;
+            long long sum = 0;
+            if (__builtin_add_overflow(found->second.bytes, delta, &sum)) return U_Err_OUT_OF_RANGE;
+            found->second.bytes = sum;
             return U_Err_NONE;
         }
     }

@@ -1,0 +1,355 @@
+// What goes straight to the heap and what takes the shared path; each kind of block, and what misuse gets.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "FailingAllocator.h"
+#include "MemoryFixture.h"
+#include "Up_ErrText.h"
+
+namespace {
+
+using qltest::FailingAllocator;
+using qltest::kGiB;
+using qltest::kMiB;
+
+class Front : public qltest::Memory {};
+
+// Every way to ask for memory, as a function of a size; each gives back what it got.
+struct Way {
+    const char* name;
+    bool reports;
+    bool clears;
+    bool (*ask)(uint64_t size, bool* cleared);
+};
+
+bool IsZero(const char* bytes, uint64_t size)
+{
+    return size == 0 ||
+           (bytes[0] == 0 && bytes[size - 1] == 0 && std::memcmp(bytes, bytes + 1, size - 1) == 0);
+}
+
+template <class Make>
+bool AskPtr(Make make, uint64_t size, bool* cleared)
+{
+    void* block = make(size);
+    if (block && cleared) *cleared = IsZero(static_cast<char*>(block), size);
+    U_FreePtr(block);
+    return block != nullptr;
+}
+
+template <class Make>
+bool AskHandle(Make make, uint64_t size, bool* cleared)
+{
+    char** handle = make(size);
+    if (handle && cleared) *cleared = IsZero(*handle, size);
+    U_FreeHandle(handle);
+    return handle != nullptr;
+}
+
+constexpr unsigned kCode = 0x120007;
+
+const Way kWays[] = {
+    {"Ptr", true, false,
+     [](uint64_t n, bool* c) {
+         return AskPtr([](uint64_t s) { return U_AllocatePtr(kCode, "frame", s); }, n, c);
+     }},
+    {"PtrQuiet", false, false, [](uint64_t n, bool* c) { return AskPtr(U_AllocatePtrQuiet, n, c); }},
+    {"PtrClear", true, true,
+     [](uint64_t n, bool* c) {
+         return AskPtr([](uint64_t s) { return U_AllocatePtrClear(kCode, "frame", s); }, n, c);
+     }},
+    {"PtrClearQuiet", false, true, [](uint64_t n, bool* c) { return AskPtr(U_AllocatePtrClearQuiet, n, c); }},
+    {"Handle", true, false,
+     [](uint64_t n, bool* c) {
+         return AskHandle([](uint64_t s) { return U_AllocateHandle(kCode, "frame", s); }, n, c);
+     }},
+    {"HandleQuiet", false, false, [](uint64_t n, bool* c) { return AskHandle(U_AllocateHandleQuiet, n, c); }},
+    {"HandleClear", true, true,
+     [](uint64_t n, bool* c) {
+         return AskHandle([](uint64_t s) { return U_AllocateHandleClear(kCode, "frame", s); }, n, c);
+     }},
+    {"HandleClearQuiet", false, true,
+     [](uint64_t n, bool* c) { return AskHandle(U_AllocateHandleClearQuiet, n, c); }},
+};
+
+TEST_F(Front, PurgesFrom32KiBUp)
+{
+    int purges = 0;
+    OnPurge([&](uint64_t, uint64_t, bool*) {
+        ++purges;
+        return 0;
+    });
+    SetRoom(-1);
+    for (const Way& way : kWays) {
+        SCOPED_TRACE(way.name);
+        for (const uint64_t size : {1ul, 32767ul, 32768ul}) {
+            // Dirty memory of the size, so that a block which is not cleared shows it.
+            void* dirty = U_AllocatePtrQuiet(size);
+            std::memset(dirty, 0x5A, size);
+            U_FreePtr(dirty);
+            purges = 0;
+            bool cleared = false;
+            EXPECT_TRUE(way.ask(size, &cleared));
+            EXPECT_TRUE(cleared || !way.clears);
+            EXPECT_EQ(purges, size >= 32768 ? 1 : 0) << "a purge that frees nothing is asked for once";
+        }
+    }
+    EXPECT_TRUE(Reports().empty());
+}
+
+TEST_F(Front, FailsInItsWay)
+{
+    for (const Way& way : kWays) {
+        SCOPED_TRACE(way.name);
+        for (const uint64_t size : {32767ul, 32768ul}) {
+            Forget();
+            bool got = true;
+            {
+                FailingAllocator failing(1, FailingAllocator::kFromThereOn);
+                failing.OnlyFrom(size);
+                got = way.ask(size, nullptr);
+                EXPECT_EQ(failing.Failed(), size < 32768 ? 1u : 2u) << "one more attempt behind the first";
+            }
+            EXPECT_FALSE(got);
+            EXPECT_EQ(Reports().size(), size >= 32768 && way.reports ? 1u : 0u);
+        }
+        // From 2 GiB up nothing is tried; one byte less is.
+        Forget();
+        FailingAllocator failing(1, FailingAllocator::kFromThereOn);
+        failing.OnlyFrom(kGiB);
+        for (const uint64_t size : {uint64_t{1} << 31, uint64_t{1} << 63, UINT64_MAX}) {
+            EXPECT_FALSE(way.ask(size, nullptr));
+            EXPECT_EQ(failing.Count(), 0u);
+        }
+        EXPECT_EQ(Reports().size(), way.reports ? 3u : 0u);
+        EXPECT_FALSE(way.ask((uint64_t{1} << 31) - 1, nullptr));
+        EXPECT_EQ(failing.Count(), 2u);
+    }
+}
+
+TEST_F(Front, TellsTheUser)
+{
+    {
+        FailingAllocator failing(1, FailingAllocator::kFromThereOn);
+        failing.OnlyFrom(3 * kMiB);
+        EXPECT_EQ(U_AllocatePtr(kCode, "decoding", 3 * kMiB + 512 * 1024), nullptr);
+    }
+    EXPECT_EQ(U_AllocatePtr(kCode, "decoding", 5 * kGiB), nullptr);
+    ASSERT_EQ(Reports().size(), 2u);
+    EXPECT_EQ(Reports()[0].location, kCode);
+    EXPECT_EQ(Reports()[0].severity, U_Sev_PLAIN);
+    const std::string help = "For more information, see https://example.com/help/memory";
+    EXPECT_EQ(
+        Reports()[0].text,
+        "QLTest: Unable to allocate 3.500 MB of memory. Either decrease the memory requirements for the "
+        "rendering of this frame, or install more RAM. (12803 / decoding). " +
+            help);
+    EXPECT_EQ(Reports()[1].text,
+              "QLTest: Memory allocation of 5.0 GB exceeds internal limits. Decrease the memory requirements "
+              "for the "
+              "rendering of this frame. (12802). " +
+                  help);
+}
+
+TEST_F(Front, DropsAReportFromInsideAReport)
+{
+    int depth = 0;
+    U_AddLoggingCallback(
+        [](void* deep, unsigned, U_Severity, const char*) {
+            if (++*static_cast<int*>(deep) < 5) U_AllocatePtr(1, "inner", kGiB * 2);
+            return 0;
+        },
+        &depth);
+    U_AllocatePtr(1, "outer", kGiB * 2);
+    EXPECT_EQ(depth, 1);
+    U_AllocatePtr(1, "outer", kGiB * 2);
+    EXPECT_EQ(depth, 2) << "the guard is open again";
+}
+
+TEST_F(Front, LetsTheCodeOfALoggingCallbackOut)
+{
+    U_AddLoggingCallback([](void*, unsigned, U_Severity, const char*) { return 77; }, nullptr);
+    EXPECT_THROW(U_AllocatePtr(1, "x", 2 * kGiB), int);
+    EXPECT_THROW(U_AllocatePtr(1, "x", 2 * kGiB), int) << "the guard is open again";
+    void* block = U_AllocatePtrQuiet(10);
+    void* const kept = block;
+    EXPECT_EQ(U_ResizePtr(1, 2 * kGiB, "x", &block), 77);
+    EXPECT_EQ(block, nullptr);
+    U_FreePtr(kept);
+}
+
+TEST_F(Front, ResizesPointers)
+{
+    for (const uint64_t size : {100ul, 32767ul, 32768ul, 200000ul}) {
+        void* block = nullptr;
+        EXPECT_EQ(U_ResizePtr(kCode, 10, "x", &block), 0);
+        std::memcpy(block, "123456789", 10);
+        EXPECT_EQ(U_ResizePtr(kCode, size, "x", &block), 0);
+        EXPECT_STREQ(static_cast<char*>(block), "123456789");
+        uint32_t seen = 0;
+        EXPECT_EQ(U_GetPtrSize(block, &seen), 0);
+        EXPECT_EQ(seen, size);
+        void* const kept = block;
+        {
+            FailingAllocator failing(1, FailingAllocator::kFromThereOn);
+            failing.OnlyFrom(300000);
+            EXPECT_EQ(U_ResizePtrQuiet(300000, &block), 4);
+        }
+        EXPECT_EQ(block, nullptr) << "nulled, while the old block stands";
+        EXPECT_STREQ(static_cast<char*>(kept), "123456789");
+        U_FreePtr(kept);
+    }
+    EXPECT_EQ(U_ResizePtr(kCode, 10, "x", nullptr), 3);
+    EXPECT_EQ(U_FreePtr(nullptr), 0);
+    EXPECT_EQ(U_GetPtrSize(nullptr, nullptr), 0);
+}
+
+TEST_F(Front, ResizesAndDuplicatesHandles)
+{
+    for (const uint64_t size : {0ul, 100ul, 40000ul}) {
+        char** handle = U_AllocateHandleQuiet(10);
+        char** const kept = handle;
+        std::memcpy(*handle, "123456789", 10);
+        EXPECT_EQ(U_ResizeHandle(kCode, size, "x", &handle), 0);
+        EXPECT_EQ(handle, kept);
+        uint32_t seen = 1;
+        EXPECT_EQ(U_GetHandleSize(handle, &seen), 0);
+        EXPECT_EQ(seen, size);
+        for (auto duplicate : {U_DuplicateHandle, U_DuplicateHandleToPlatform}) {
+            char** copy = nullptr;
+            EXPECT_EQ(duplicate(handle, "x", &copy), 0);
+            ASSERT_NE(copy, nullptr);
+            EXPECT_NE(copy, handle);
+            if (size != 0) {
+                EXPECT_STREQ(*copy, "123456789");
+            }
+            if (size == 0) {
+                EXPECT_EQ(*copy, nullptr);
+            }
+            U_FreeHandle(copy);
+            {
+                FailingAllocator failing(1, FailingAllocator::kFromThereOn);
+                failing.OnlyFrom(size == 0 ? 8 : size);
+                EXPECT_EQ(duplicate(handle, nullptr, &copy), 4);
+            }
+            EXPECT_EQ(copy, nullptr);
+        }
+        U_FreeHandle(handle);
+    }
+}
+
+TEST_F(Front, ReportsHandlesThatCannotBe)
+{
+    uint32_t size = 7;
+    EXPECT_EQ(U_GetHandleSize(nullptr, &size), 3);
+    ASSERT_EQ(Reports().size(), 1u);
+    EXPECT_EQ(Reports()[0].location, 0x170017u);
+    EXPECT_EQ(Reports()[0].severity, U_Sev_PROBLEM);
+    EXPECT_NE(Reports()[0].text.find(Up_String(93)), std::string::npos);
+    char** copy = reinterpret_cast<char**>(&size);
+    EXPECT_EQ(U_DuplicateHandle(nullptr, "x", &copy), 3);
+    EXPECT_EQ(copy, nullptr);
+    EXPECT_EQ(U_DuplicateHandleToPlatform(nullptr, "x", &copy), 0);
+    EXPECT_EQ(U_FreeHandle(copy), 0);
+    EXPECT_EQ(U_FreeHandle(nullptr), 0);
+    EXPECT_EQ(U_CheckHandleFromHeap(nullptr), 0);
+    EXPECT_EQ(U_ResizeHandle(0, 10, "x", nullptr), 3);
+    EXPECT_EQ(U_DuplicateHandle(nullptr, "x", nullptr), 3);
+    EXPECT_EQ(U_PurgeHandlesAndCompact() + U_CompactMem(), 0);
+}
+
+TEST_F(Front, RecyclesBlocksWithTheirCount)
+{
+    const long long atStart = U_GetMemUsage();
+    for (const uint64_t size : {1ul, 32767ul, 32768ul, 8ul << 20}) {
+        SCOPED_TRACE(size);
+        void* block = U_AllocateRecycledPtr(kCode, "frame", size);
+        ASSERT_NE(block, nullptr);
+        std::memset(block, 0xEE, size);
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
+        EXPECT_EQ(U_GetRecycledPtrBaseAddress(block), block);
+        EXPECT_GE(U_GetMemUsage() - atStart, static_cast<long long>(size) + 512);
+        EXPECT_EQ(Up_GetAccountFrameSize(), U_GetMemUsage() - atStart);
+        EXPECT_EQ(U_FreeRecycledPtr(block), 0);
+        EXPECT_EQ(U_GetMemUsage(), atStart);
+        EXPECT_EQ(Up_GetAccountFrameSize(), 0);
+    }
+    EXPECT_GE(U_GetRecycledMemorySize(), 8 * kMiB);
+    EXPECT_GE(U_PurgeRecycledMemory(UINT64_MAX), 8 * kMiB);
+    EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
+    EXPECT_EQ(U_FreeRecycledPtr(nullptr), 0);
+    EXPECT_EQ(U_AllocateRecycledPtr(kCode, "frame", 2 * kGiB), nullptr);
+    EXPECT_EQ(Reports().size(), 1u);
+}
+
+TEST_F(Front, LeavesAForeignRecycledPointerAlone)
+{
+    std::vector<char> foreign(1024);
+    EXPECT_EQ(U_FreeRecycledPtr(foreign.data() + 512), 0);
+    ASSERT_EQ(Reports().size(), 1u);
+    EXPECT_NE(Reports()[0].text.find("not a recycled pointer"), std::string::npos);
+}
+
+TEST_F(Front, KeepsThePoolWithinItsLimit)
+{
+    using zvkcore::allocator::MemoryRecycler;
+    const uint64_t former = MemoryRecycler::SetPoolLimit(2 * kMiB);
+    void* first = U_AllocateRecycledPtr(0, nullptr, kMiB);
+    void* second = U_AllocateRecycledPtr(0, nullptr, kMiB + kMiB / 2);
+    U_FreeRecycledPtr(first);
+    U_FreeRecycledPtr(second);
+    EXPECT_LE(U_GetRecycledMemorySize(), 2 * kMiB);
+    EXPECT_GT(U_GetRecycledMemorySize(), 0u);
+    MemoryRecycler::SetPoolLimit(former);
+}
+
+struct Work {
+    int runs = 0;
+    int failures = 0;      // how often it lacks memory
+    int error = 0;         // what it gives then
+    unsigned char ok = 1;  // what it says when it has memory
+};
+
+int RunWork(void* refcon, unsigned char* ok)
+{
+    Work& work = *static_cast<Work*>(refcon);
+    const bool fails = ++work.runs <= work.failures;
+    *ok = fails ? 0 : work.ok;
+    return fails ? work.error : 0;
+}
+
+TEST_F(Front, RunsWorkAgainWhilePurgingHelps)
+{
+    // The host frees a megabyte a purge, five times; only failures ask for it, as there is room below the limit.
+    int left = 5;
+    U_AccountAllocation(static_cast<long long>(5 * kMiB));
+    OnPurge([&](uint64_t, uint64_t, bool*) {
+        if (left == 0) return 1;
+        --left;
+        U_AccountAllocation(-static_cast<long long>(kMiB));
+        return 1;
+    });
+    SetRoom(static_cast<int64_t>(64 * kMiB));
+    struct Row {
+        const char* name;
+        uint64_t size;
+        Work work;
+        int runs;
+        int result;
+    };
+    for (Row row :
+         {Row{"SmallRunsOnce", 32767, {.failures = 1, .error = 4}, 1, 4}, Row{"Works", 32768, {}, 1, 0},
+          Row{"WorksAfterPurges", 32768, {.failures = 3, .error = 4}, 4, 0},
+          Row{"SaysNotOkWithoutError", 32768, {.failures = 9}, 3, 0},
+          Row{"NothingMoreToPurge", 32768, {.failures = 9, .error = 5}, 2, 5},
+          Row{"TooLargeToRun", 2 * kGiB, {}, 0, 4}}) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(U_PurgeLoop(row.size, RunWork, &row.work, false), row.result);
+        EXPECT_EQ(row.work.runs, row.runs);
+    }
+    EXPECT_EQ(U_PurgeLoop(100000, nullptr, nullptr, false), 3);
+    EXPECT_TRUE(Reports().empty());
+}
+
+}  // namespace
