@@ -6,3 +6,7 @@ ql_package(U HEADERS headers INSTALL U.h U_Err.h PRIVATE indep
     indep/U_Assert.cpp indep/U_Err.cpp indep/U_ErrBuffer.cpp indep/U_ErrDialog.cpp indep/U_ErrFormat.cpp
     indep/U_StackCrawl.cpp
     mac-linux-ios-android/U_Beep.cpp mac-linux-ios-android/U_Signals.cpp)
+ql_tests(U_report_tests
+  SOURCES tests/U_test.cpp tests/U_Err_test.cpp tests/U_ErrDialog_test.cpp tests/U_Handlers_test.cpp
+          tests/U_ThreadRoles_test.cpp
+  LIBS ql_test_support)

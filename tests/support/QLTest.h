@@ -34,7 +34,10 @@ inline std::string Text(const U_UTF16String& text)
 {
     return std::string(zvkcore::string::View(zvkcore::string::UTF16to8(text)));
 }
-inline U_UTF16String Text16(std::string_view utf8) { return zvkcore::string::UTF8to16(utf8); }
+inline U_UTF16String Text16(std::string_view utf8)
+{
+    return zvkcore::string::UTF8to16(utf8);
+}
 
 /// A dialog as a user would have seen it.
 struct Dialog {
@@ -50,7 +53,8 @@ class RecordingPresenter : public zvkui::dialogs::Presenter {
   public:
     int ShowMessagebox(const zvkui::dialogs::messagebox::Request& request) override
     {
-        return Show({false, Text(request.title), Text(request.text), static_cast<int>(request.icon), request.width});
+        return Show(
+            {false, Text(request.title), Text(request.text), static_cast<int>(request.icon), request.width});
     }
 
     void ShowAlert(const zvkui::dialogs::Alert& alert) override
@@ -87,13 +91,13 @@ class Library : public testing::Test {
     {
         m_formerPresenter = zvkui::dialogs::SetPresenter(m_presenter);
         ASSERT_EQ(U_Birth(kName, 1), 0);
-        ASSERT_EQ(U_AddLoggingCallback(Record, this), 0);
+        ASSERT_EQ(U_AddLoggingCallback(HearReport, this), 0);
     }
 
     void TearDown() override
     {
         EXPECT_EQ(U_Death(), 0);
-        U_DeregisterMainThread();
+        while (U_IsOnMainThread()) U_DeregisterMainThread();
         zvkui::dialogs::SetPresenter(m_formerPresenter);
     }
 
@@ -110,7 +114,7 @@ class Library : public testing::Test {
     }
 
   private:
-    static int Record(void* self, unsigned location, U_Severity severity, const char* text)
+    static int HearReport(void* self, unsigned location, U_Severity severity, const char* text)
     {
         static_cast<Library*>(self)->m_reports.push_back({location, severity, text});
         return 0;

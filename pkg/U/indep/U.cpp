@@ -1,10 +1,11 @@
 // Birth and death of the library: the order in which its services come up and go down.
 #include "U.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "ALOG.h"
 #include "U_ErrState.h"
@@ -56,17 +57,20 @@ constexpr SubBirth kSubBirths[] = {
 
 // --- Record ----------------------------------------------------------------------------------------------
 
-/// Makes the record and lets it stand for the library. A record of an earlier birth that never died is lost.
+/// Makes the record and lets it stand for the library. A record of an earlier birth that never died is lost. What
+/// stands is always whole: a report that says why the birth failed finds its table and its mutex, or no record.
 Err MakeRecord(const char* name)
 {
+    Up_G_id = nullptr;
+    auto mutex = std::make_unique<zvkcore::threads::RecursiveMutex>();
     auto** handle = reinterpret_cast<U_GlobalsRecord**>(U_AllocateHandleClearQuiet(sizeof(U_GlobalsRecord)));
-    Up_G_id = handle;
     if (!handle) return U_Err_OUT_OF_MEMORY;
     auto* record = new (*handle) U_GlobalsRecord{};
     record->headMagic = Up_kMagic;
     record->tailMagic = Up_kMagic;
     std::snprintf(record->name, sizeof record->name, "%s", name);
-    record->mutex = new zvkcore::threads::RecursiveMutex;
+    record->mutex = mutex.release();
+    Up_G_id = handle;
     return U_Err_NONE;
 }
 
@@ -76,10 +80,8 @@ void DestroyRecord()
     U_GlobalsRecord* record = *Up_G_id;
     record->headMagic = 0;
     record->tailMagic = 0;
-    delete record->mutex;
-    record->mutex = nullptr;
-    U_FreeHandle(reinterpret_cast<char**>(Up_G_id));
-    Up_G_id = nullptr;
+    delete std::exchange(record->mutex, nullptr);
+    U_FreeHandle(reinterpret_cast<char**>(std::exchange(Up_G_id, nullptr)));
 }
 
 // --- Steps of a birth ------------------------------------------------------------------------------------

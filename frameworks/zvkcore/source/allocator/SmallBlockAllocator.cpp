@@ -18,7 +18,7 @@ namespace zvkcore::allocator {
 namespace {
 
 constexpr std::size_t kStep = 16;
-constexpr std::size_t kClasses = SmallBlockAllocator::kLargest / kStep;
+constexpr std::size_t kClasses = SmallBlockAllocator::kLargest / kStep + 1;  // the first is for size 0
 constexpr std::uint32_t kBatch = 32;
 
 struct Block {
@@ -46,11 +46,11 @@ struct Magazines {
 
 constexpr std::size_t ClassOf(std::size_t size)
 {
-    return size == 0 ? 0 : (size - 1) / kStep;
+    return (size + kStep - 1) / kStep;
 }
 constexpr std::size_t BytesOf(std::size_t c)
 {
-    return (c + 1) * kStep;
+    return c == 0 ? kStep : c * kStep;
 }
 
 void Deposit(std::size_t c, Block* batch)
@@ -142,50 +142,67 @@ void Refill(std::size_t c, Magazine& magazine)
     }
 }
 
-}  // namespace
-
-void* SmallBlockAllocator::Allocate(std::size_t size)
+void* Pop(Magazine& magazine)
 {
-    if (kAddressesAreChecked || size > kLargest) return ::operator new(size);
-    const std::size_t c = ClassOf(size);
-    Magazines* magazines = t_magazines;
-    if (magazines == nullptr) [[unlikely]] {
-        magazines = EnterThread();
-        if (magazines == nullptr) return TakeFromDepot(c);
-    }
-    Magazine& magazine = magazines->ofClass[c];
-    if (magazine.top == nullptr) [[unlikely]]
-        Refill(c, magazine);
     Block* const block = magazine.top;
     magazine.top = block->next;
     --magazine.count;
     return block;
 }
 
-void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
+void Push(Magazine& magazine, void* block)
 {
-    if (kAddressesAreChecked || size > kLargest) {
-        ::operator delete(block);
+    magazine.top = new (block) Block{magazine.top, nullptr};
+    ++magazine.count;
+}
+
+// What is rare stands apart, so that the common way needs no stack frame.
+[[gnu::noinline]] void* AllocateSlowly(std::size_t c)
+{
+    Magazines* const magazines = t_magazines != nullptr ? t_magazines : EnterThread();
+    if (magazines == nullptr) return TakeFromDepot(c);
+    Magazine& magazine = magazines->ofClass[c];
+    if (magazine.top == nullptr) Refill(c, magazine);
+    return Pop(magazine);
+}
+
+[[gnu::noinline]] void DisposeSlowly(std::size_t c, void* block)
+{
+    Magazines* const magazines = t_magazines != nullptr ? t_magazines : EnterThread();
+    if (magazines == nullptr) {
+        Deposit(c, new (block) Block{nullptr, nullptr});
         return;
     }
-    if (block == nullptr) return;
-    const std::size_t c = ClassOf(size);
-    Magazines* magazines = t_magazines;
-    if (magazines == nullptr) [[unlikely]] {
-        magazines = EnterThread();
-        if (magazines == nullptr) {
-            Deposit(c, new (block) Block{nullptr, nullptr});
-            return;
-        }
-    }
     Magazine& magazine = magazines->ofClass[c];
-    if (magazine.count == kBatch) [[unlikely]] {
+    if (magazine.count == kBatch) {
         if (magazine.spare != nullptr) Deposit(c, magazine.spare);
         magazine.spare = std::exchange(magazine.top, nullptr);
         magazine.count = 0;
     }
-    magazine.top = new (block) Block{magazine.top, nullptr};
-    ++magazine.count;
+    Push(magazine, block);
+}
+
+}  // namespace
+
+void* SmallBlockAllocator::Allocate(std::size_t size)
+{
+    if (kAddressesAreChecked || size > kLargest) return ::operator new(size);
+    const std::size_t c = ClassOf(size);
+    Magazines* const magazines = t_magazines;
+    if (magazines == nullptr || magazines->ofClass[c].top == nullptr) [[unlikely]]
+        return AllocateSlowly(c);
+    return Pop(magazines->ofClass[c]);
+}
+
+void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
+{
+    if (kAddressesAreChecked || size > kLargest) return ::operator delete(block);
+    if (block == nullptr) return;
+    const std::size_t c = ClassOf(size);
+    Magazines* const magazines = t_magazines;
+    if (magazines == nullptr || magazines->ofClass[c].count == kBatch) [[unlikely]]
+        return DisposeSlowly(c, block);
+    Push(magazines->ofClass[c], block);
 }
 
 }  // namespace zvkcore::allocator

@@ -1,12 +1,11 @@
-// A file sink of spdlog's, used as an object of our own: its registry is one a shared object and dies at exit.
-// The text comes finished, so the sink formats nothing.
+// The file layer of spdlog, used as an object of our own: its registry is one a shared object and dies at exit. The
+// text comes finished, so nothing above that layer (time, pattern, level) is wanted.
 //
 // State: the one instance and g_file, made at first use and never destroyed; guard: g_file.guard, held across a
 // write. The C library flushes the buffer when the process ends normally.
 #include "zvkcore/console/ConsoleLogFile.h"
 
-#include <spdlog/formatter.h>
-#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/details/file_helper.h>
 
 #include <atomic>
 #include <memory>
@@ -17,15 +16,6 @@
 
 namespace zvkcore::console {
 namespace {
-
-class PlainFormatter : public spdlog::formatter {
-  public:
-    void format(const spdlog::details::log_msg& message, spdlog::memory_buf_t& out) override
-    {
-        out.append(message.payload.data(), message.payload.data() + message.payload.size());
-    }
-    std::unique_ptr<spdlog::formatter> clone() const override { return std::make_unique<PlainFormatter>(); }
-};
 
 // Stands in front of the sink that the host had before, so that opening the file takes nothing from it.
 struct FileSink {
@@ -40,7 +30,7 @@ struct FileSink {
 
 struct File {
     std::mutex guard;
-    std::unique_ptr<spdlog::sinks::basic_file_sink_st> sink;
+    std::unique_ptr<spdlog::details::file_helper> helper;
     std::atomic<bool> exists{false};
 };
 
@@ -50,11 +40,11 @@ File& TheFile()
     return *file;
 }
 
-std::unique_ptr<spdlog::sinks::basic_file_sink_st> MakeSink(const char* path, bool append)
+std::unique_ptr<spdlog::details::file_helper> OpenHelper(const char* path, bool append)
 {
-    auto sink = std::make_unique<spdlog::sinks::basic_file_sink_st>(path, !append);
-    sink->set_formatter(std::make_unique<PlainFormatter>());
-    return sink;
+    auto helper = std::make_unique<spdlog::details::file_helper>();
+    helper->open(path, !append);
+    return helper;
 }
 
 // A sink that the host has installed since then stays.
@@ -84,7 +74,7 @@ bool ConsoleLogFile::Open(const char* path, bool append) noexcept
         File& file = TheFile();
         {
             const std::lock_guard lock{file.guard};
-            file.sink = MakeSink(path, append);
+            file.helper = OpenHelper(path, append);
             file.exists.store(true, std::memory_order_release);
         }
         debug::TraceSink former = debug::SetTraceSink({});
@@ -102,7 +92,7 @@ void ConsoleLogFile::Close() noexcept
     if (!file.exists.exchange(false)) return;
     LeaveTrace();
     const std::lock_guard lock{file.guard};
-    file.sink.reset();
+    file.helper.reset();
 }
 
 bool ConsoleLogFile::Exists() const noexcept
@@ -114,12 +104,11 @@ void ConsoleLogFile::Write(std::string_view text) noexcept
 {
     File& file = TheFile();
     const std::lock_guard lock{file.guard};
-    if (file.sink == nullptr) return;
+    if (file.helper == nullptr) return;
     try {
-        // Nothing prints the time of the line, so the clock is not asked.
-        file.sink->log(spdlog::details::log_msg{spdlog::log_clock::time_point{}, spdlog::source_loc{},
-                                                spdlog::string_view_t{}, spdlog::level::info,
-                                                spdlog::string_view_t{text.data(), text.size()}});
+        spdlog::memory_buf_t bytes;
+        bytes.append(text.data(), text.data() + text.size());
+        file.helper->write(bytes);
     } catch (const std::exception&) {
         // The log is the last place that could tell of it.
     }
@@ -129,9 +118,9 @@ void ConsoleLogFile::Flush() noexcept
 {
     File& file = TheFile();
     const std::lock_guard lock{file.guard};
-    if (file.sink == nullptr) return;
+    if (file.helper == nullptr) return;
     try {
-        file.sink->flush();
+        file.helper->flush();
     } catch (const std::exception&) {
         // As above.
     }

@@ -5,15 +5,18 @@
 // prefix of a well-formed sequence counts as one piece, any other byte as one. No state.
 #include "zvkcore/string/Convert.h"
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "AsciiRun.h"
 
 namespace zvkcore::string {
 namespace {
 
-constexpr std::uint32_t kReplacement = 0xFFFD;
+constexpr unsigned short kReplacement = 0xFFFD;
 constexpr unsigned char kBOM[] = {0xEF, 0xBB, 0xBF};
 
 constexpr bool IsSurrogate(std::uint32_t unit)
@@ -48,18 +51,6 @@ bool ReadSequence(const unsigned char*& at, const unsigned char* end, std::uint3
     return true;
 }
 
-// The common case in front of ReadSequence: a whole sequence of three bytes, as most scripts have.
-inline bool ReadThree(const unsigned char*& at, const unsigned char* end, std::uint32_t& code)
-{
-    if (end - at < 3) return false;
-    const std::uint32_t second = at[1] ^ 0x80u;
-    const std::uint32_t third = at[2] ^ 0x80u;
-    code = (at[0] & 0x0Fu) << 12 | second << 6 | third;
-    if ((at[0] & 0xF0u) != 0xE0 || (second | third) > 0x3F || code < 0x800 || IsSurrogate(code)) return false;
-    at += 3;
-    return true;
-}
-
 inline unsigned short* PutUnits(std::uint32_t code, unsigned short* out)
 {
     if (code < 0x10000) {
@@ -71,129 +62,177 @@ inline unsigned short* PutUnits(std::uint32_t code, unsigned short* out)
     return out;
 }
 
-inline unsigned char* PutBytes(std::uint32_t code, unsigned char* out)
+constexpr unsigned char Trail(std::uint32_t code, int shift)
 {
-    if (code < 0x800) {
-        *out++ = static_cast<unsigned char>(0xC0 | code >> 6);
-    } else {
-        if (code < 0x10000) {
-            *out++ = static_cast<unsigned char>(0xE0 | code >> 12);
-        } else {
-            *out++ = static_cast<unsigned char>(0xF0 | code >> 18);
-            *out++ = static_cast<unsigned char>(0x80 | (code >> 12 & 0x3F));
-        }
-        *out++ = static_cast<unsigned char>(0x80 | (code >> 6 & 0x3F));
-    }
-    *out++ = static_cast<unsigned char>(0x80 | (code & 0x3F));
-    return out;
+    return static_cast<unsigned char>(0x80 | (code >> shift & 0x3F));
+}
+
+constexpr std::ptrdiff_t kBlock = kAsciiBlock;
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+
+// Whether the next eight bytes are ASCII, so that it pays to leave the loop over single characters.
+inline bool IsLongRun(const unsigned char* at, const unsigned char* end)
+{
+    std::uint64_t word;
+    if (end - at < 8) return false;
+    std::memcpy(&word, at, sizeof word);
+    return (word & kHighBits) == 0;
+}
+
+inline bool IsLongRun(const unsigned short* at, const unsigned short* end)
+{
+    std::uint64_t words[2];
+    if (end - at < 8) return false;
+    std::memcpy(words, at, sizeof words);
+    return ((words[0] | words[1]) & 0xFF80FF80FF80FF80) == 0;
 }
 
 enum class OnIllFormed { kReplace, kStop };
 
-// What a piece of work has read and written so far. `end` and `full` stay; `full` leaves room for one more block
-// behind it.
-template <class From, class To>
-struct Progress {
-    const From* at;
-    const From* end;
-    To* out;
-    To* full;
-};
-
-// Both work until the input ends, the output is full, or (with kStop) the input is ill-formed; then the result is
-// false.
+// Both directions convert a slice [at, stop) of a text that ends at `end`: a sequence that begins in the slice is
+// read to its own end. The caller has room for the whole slice. Two loops take turns: one over blocks of ASCII,
+// and one over characters that stays with short runs of ASCII. The result is where the reading ended, or null
+// (with kStop) at ill-formed text.
 template <OnIllFormed kWhat>
-bool Widen(Progress<unsigned char, unsigned short>& p)
+const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* stop,
+                                  const unsigned char* end, unsigned short*& target)
 {
-    const unsigned char* at = p.at;
-    unsigned short* out = p.out;
-    bool fine = true;
-    while (at != p.end && out < p.full) {
-        if (p.end - at >= static_cast<std::ptrdiff_t>(kWidenBlock)) {
-            const std::size_t run = WidenAsciiRun(at, out);
+    unsigned short* out = target;
+    while (at < stop) {
+        unsigned int others = 0;
+        while (others == 0 && stop - at >= kBlock) {
+            others = WidenAsciiBlock(at, out);
+            const std::ptrdiff_t run = others == 0 ? kBlock : std::countr_zero(others);
             at += run;
             out += run;
-            if (run == kWidenBlock) continue;
-        } else if (*at < 0x80) {
-            *out++ = *at++;
-            continue;
         }
-        do {
-            std::uint32_t code = 0;
-            if (!ReadThree(at, p.end, code) && !ReadSequence(at, p.end, code)) {
-                if (kWhat == OnIllFormed::kStop) {
-                    fine = false;
-                    break;
+        if (IsLongRun(at, stop)) {
+            WidenAsciiHalf(at, out);
+            at += kBlock / 2;
+            out += kBlock / 2;
+        }
+        while (at < stop) {
+            const std::uint32_t lead = *at;
+            if (lead < 0x80) {
+                if (IsLongRun(at, stop)) break;
+                *out++ = *at++;
+                while (at < stop && *at < 0x80) *out++ = *at++;
+                continue;
+            }
+            // Whole sequences of two and three bytes, as most scripts have.
+            if (end - at >= 3) {
+                const std::uint32_t second = at[1] ^ 0x80u;
+                const std::uint32_t third = at[2] ^ 0x80u;
+                const std::uint32_t three = (lead & 0x0F) << 12 | second << 6 | third;
+                if ((lead & 0xF0) == 0xE0 && (second | third) < 0x40 && three >= 0x800 &&
+                    !IsSurrogate(three)) {
+                    *out++ = static_cast<unsigned short>(three);
+                    at += 3;
+                    continue;
                 }
+                if (lead >= 0xC2 && lead < 0xE0 && second < 0x40) {
+                    *out++ = static_cast<unsigned short>((lead & 0x1F) << 6 | second);
+                    at += 2;
+                    continue;
+                }
+            }
+            std::uint32_t code = 0;
+            if (!ReadSequence(at, end, code)) {
+                if (kWhat == OnIllFormed::kStop) return nullptr;
                 code = kReplacement;
             }
             out = PutUnits(code, out);
-        } while (at != p.end && *at >= 0x80 && out < p.full);
-        if (!fine) break;
+        }
     }
-    p.at = at;
-    p.out = out;
-    return fine;
+    target = out;
+    return at;
 }
 
 template <OnIllFormed kWhat>
-bool Narrow(Progress<unsigned short, unsigned char>& p)
+const unsigned short* ConvertSlice(const unsigned short* at, const unsigned short* stop,
+                                   const unsigned short* end, unsigned char*& target)
 {
-    const unsigned short* at = p.at;
-    unsigned char* out = p.out;
-    bool fine = true;
-    while (at != p.end && out < p.full) {
-        if (p.end - at >= static_cast<std::ptrdiff_t>(kNarrowBlock)) {
-            const std::size_t run = NarrowAsciiRun(at, out);
+    unsigned char* out = target;
+    while (at < stop) {
+        unsigned int others = 0;
+        while (others == 0 && stop - at >= kBlock) {
+            others = NarrowAsciiBlock(at, out);
+            const std::ptrdiff_t run = others == 0 ? kBlock : std::countr_zero(others);
             at += run;
             out += run;
-            if (run == kNarrowBlock) continue;
-        } else if (*at < 0x80) {
-            *out++ = static_cast<unsigned char>(*at++);
-            continue;
         }
-        do {
-            std::uint32_t code = *at++;
-            if (IsSurrogate(code)) {
-                if (IsLeadSurrogate(code) && at != p.end && IsTrailSurrogate(*at)) {
-                    code = (code << 10) + *at++ - ((0xD800u << 10) + 0xDC00 - 0x10000);
-                } else if (kWhat == OnIllFormed::kStop) {
-                    fine = false;
-                    break;
-                } else {
-                    code = kReplacement;
-                }
+        if (IsLongRun(at, stop)) {
+            NarrowAsciiHalf(at, out);
+            at += kBlock / 2;
+            out += kBlock / 2;
+        }
+        while (at < stop) {
+            std::uint32_t code = *at;
+            if (code < 0x80) {
+                if (IsLongRun(at, stop)) break;
+                *out++ = static_cast<unsigned char>(*at++);
+                while (at < stop && *at < 0x80) *out++ = static_cast<unsigned char>(*at++);
+                continue;
             }
-            out = PutBytes(code, out);
-        } while (at != p.end && *at >= 0x80 && out < p.full);
-        if (!fine) break;
+            ++at;
+            if (code < 0x800) {
+                out[0] = static_cast<unsigned char>(0xC0 | code >> 6);
+                out[1] = Trail(code, 0);
+                out += 2;
+                continue;
+            }
+            if (IsSurrogate(code)) {
+                if (IsLeadSurrogate(code) && at != end && IsTrailSurrogate(*at)) {
+                    code = (code << 10) + *at++ - ((0xD800u << 10) + 0xDC00 - 0x10000);
+                    out[0] = static_cast<unsigned char>(0xF0 | code >> 18);
+                    out[1] = Trail(code, 12);
+                    out[2] = Trail(code, 6);
+                    out[3] = Trail(code, 0);
+                    out += 4;
+                    continue;
+                }
+                if (kWhat == OnIllFormed::kStop) return nullptr;
+                code = kReplacement;
+            }
+            out[0] = static_cast<unsigned char>(0xE0 | code >> 12);
+            out[1] = Trail(code, 6);
+            out[2] = Trail(code, 0);
+            out += 3;
+        }
     }
-    p.at = at;
-    p.out = out;
-    return fine;
+    target = out;
+    return at;
 }
 
-// Runs `convert` over the whole text. A unit gives at most three bytes, a byte at most one unit, so the capacity
-// asked for first is enough but for text outside ASCII on its way to UTF-8, which may grow.
-template <class From, class To, class Out, class View>
-bool Convert(bool (*convert)(Progress<From, To>&), View text, Out& result)
+// What `slice` characters of input may give at most, in either direction, and what a block writes beyond.
+constexpr std::size_t RoomFor(std::size_t slice)
 {
-    constexpr std::size_t kRoom = 1024;
-    constexpr std::size_t kBlock = kWidenBlock > kNarrowBlock ? kWidenBlock : kNarrowBlock;
-    To room[kRoom + kBlock];
-    Progress<From, To> progress{text.data(), text.data() + text.size(), room, room + kRoom};
-    result.clear();
-    bool fine = convert(progress);
-    if (progress.at != progress.end) result.reserve(text.size());
+    return slice * 3 + 16;
+}
+
+// A text of one slice gets a string of its exact size. The capacity of a longer one is enough but for text outside
+// ASCII on its way to UTF-8, which may grow. `fine` is false, and the result empty, where the reading stopped.
+template <class Out, OnIllFormed kWhat, class View>
+Out Convert(View text, bool& fine)
+{
+    constexpr std::size_t kSlice = 1024;
+    typename Out::value_type room[RoomFor(kSlice)];
+    const auto* at = text.data();
+    const auto* const end = at + text.size();
+    fine = true;
+    Out result;
     for (;;) {
-        if (!fine) {
-            result.clear();
-            return false;
+        auto* out = room;
+        at = ConvertSlice<kWhat>(at, at + std::min<std::ptrdiff_t>(end - at, kSlice), end, out);
+        const auto count = static_cast<std::size_t>(out - room);
+        if (at == nullptr) {
+            fine = false;
+            return {};
         }
-        result.append(room, static_cast<std::size_t>(progress.out - room));
-        if (progress.at == progress.end) return true;
-        progress.out = room;
-        fine = convert(progress);
+        if (at == end && result.empty()) return Out(room, count);
+        if (result.empty()) result.reserve(text.size());
+        result.append(room, count);
+        if (at == end) return result;
     }
 }
 
@@ -201,31 +240,27 @@ bool Convert(bool (*convert)(Progress<From, To>&), View text, Out& result)
 
 UTF16String UTF8to16(UTF8View text)
 {
-    UTF16String result;
-    Convert(Widen<OnIllFormed::kReplace>, text, result);
-    return result;
+    bool fine = true;
+    return Convert<UTF16String, OnIllFormed::kReplace>(text, fine);
 }
 
 bool TryUTF8to16(UTF8View text, UTF16String& out)
 {
-    UTF16String result;
-    const bool fine = Convert(Widen<OnIllFormed::kStop>, text, result);
-    out = std::move(result);
+    bool fine = true;
+    out = Convert<UTF16String, OnIllFormed::kStop>(text, fine);
     return fine;
 }
 
 UTF8String UTF16to8(UTF16View text)
 {
-    UTF8String result;
-    Convert(Narrow<OnIllFormed::kReplace>, text, result);
-    return result;
+    bool fine = true;
+    return Convert<UTF8String, OnIllFormed::kReplace>(text, fine);
 }
 
 bool TryUTF16to8(UTF16View text, UTF8String& out)
 {
-    UTF8String result;
-    const bool fine = Convert(Narrow<OnIllFormed::kStop>, text, result);
-    out = std::move(result);
+    bool fine = true;
+    out = Convert<UTF8String, OnIllFormed::kStop>(text, fine);
     return fine;
 }
 
@@ -233,12 +268,13 @@ UTF16String AsciiToUTF16(const char* text, std::size_t count)
 {
     UTF16String result(count, 0);
     const auto* const bytes = reinterpret_cast<const unsigned char*>(text);
-    std::size_t at = 0;
-    while (at < count) {
-        if (count - at >= kWidenBlock) at += WidenAsciiRun(bytes + at, result.data() + at);
-        if (at == count) break;
-        result[at] = bytes[at] < 0x80 ? bytes[at] : static_cast<unsigned short>(kReplacement);
-        ++at;
+    const auto widen = [](unsigned char byte) -> unsigned short { return byte < 0x80 ? byte : kReplacement; };
+    for (std::size_t at = 0; at < count;) {
+        const std::size_t stop = std::min(at + kAsciiBlock, count);
+        if (stop - at < kAsciiBlock || WidenAsciiBlock(bytes + at, result.data() + at) != 0) {
+            std::transform(bytes + at, bytes + stop, result.data() + at, widen);
+        }
+        at = stop;
     }
     return result;
 }

@@ -1,0 +1,140 @@
+#include "ALOG.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "zvkcore/console/ConsoleLogFile.h"
+#include "zvkcore/debug/Trace.h"
+
+namespace {
+
+using zvkcore::console::ConsoleLogFile;
+
+struct Line {
+    int level;
+    std::string channel;
+    std::string text;
+    bool operator==(const Line&) const = default;
+};
+
+std::vector<Line> g_lines;
+
+void RecordLines()
+{
+    g_lines.clear();
+    zvkcore::debug::SetTraceSink([](int level, std::string_view channel, std::string_view text) {
+        g_lines.push_back({level, std::string(channel), std::string(text)});
+    });
+}
+
+bool OpenLogFile()
+{
+    return ConsoleLogFile::GetInstance()->Open((testing::TempDir() + "ALOG_test.log").c_str(), false);
+}
+
+// The log asks for its file once a process, so the tests with a file and those without never share one.
+class WithLogFile : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(OpenLogFile()); }
+    static void TearDownTestSuite() { ConsoleLogFile::GetInstance()->Close(); }
+    void SetUp() override { RecordLines(); }
+    void TearDown() override
+    {
+        zvkcore::debug::SetTraceSink({});
+        zvkcore::debug::ResetTraceLevels();
+    }
+};
+
+int VSprintf(const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = ALOG_vsprintf(0, "U", "Frame", format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+TEST_F(WithLogFile, WritesModuleLevelAndText)
+{
+    EXPECT_EQ(ALOG_sprintf(0, "RENDER", "Frame", "%d of %s took %.3f ms", 12, "Layer 7", 12.5), 0);
+    EXPECT_EQ(VSprintf("%d%%", 40), 0);
+    EXPECT_EQ(ALOG_Log(10, "U", "Birth", "100%s"), 0);
+    ALOG_Log(0, nullptr, nullptr, nullptr);
+    EXPECT_EQ(g_lines, (std::vector<Line>{{5, "ALOG", "RENDER Frame 12 of Layer 7 took 12.500 ms\n"},
+                                          {5, "ALOG", "U Frame 40%\n"},
+                                          {5, "ALOG", "U Birth 100%s\n"},
+                                          {5, "ALOG", "  \n"}}));
+}
+
+TEST_F(WithLogFile, CutsTheLineAtItsBound)
+{
+    const std::string longText(3000, 'x');
+    const std::string cut = std::string("U Level ") + std::string(ALOG_kLineSize - 8, 'x') + "\n";
+    ALOG_Log(0, "U", "Level", longText.c_str());
+    ALOG_sprintf(0, "U", "Level", "%s", longText.c_str());
+    ALOG_Log(0, longText.c_str(), "Level", "text");
+    ASSERT_EQ(g_lines.size(), 3u);
+    EXPECT_EQ(g_lines[0].text, cut);
+    EXPECT_EQ(g_lines[1].text, cut);
+    EXPECT_EQ(g_lines[2].text, std::string(ALOG_kLineSize, 'x') + "\n");
+}
+
+TEST_F(WithLogFile, FollowsTheTraceSettingsAtTheNextLine)
+{
+    for (const int level : {0, 5, 4, 10}) {
+        zvkcore::debug::SetTraceLevel("ALOG", level);
+        ALOG_Log(0, "U", "At", std::to_string(level).c_str());
+    }
+    ASSERT_EQ(g_lines.size(), 2u);
+    EXPECT_EQ(g_lines[0].text, "U At 5\n");
+    EXPECT_EQ(g_lines[1].text, "U At 10\n");
+}
+
+TEST_F(WithLogFile, LogsFromSeveralThreads)
+{
+    static std::atomic<int> s_count;
+    s_count = 0;
+    zvkcore::debug::SetTraceSink(
+        [](int, std::string_view, std::string_view text) { s_count += text == "U T 7\n"; });
+    std::vector<std::thread> threads;
+    for (int at = 0; at < 8; ++at) {
+        threads.emplace_back([] {
+            for (int line = 0; line < 500; ++line) ALOG_sprintf(0, "U", "T", "%d", 7);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(s_count, 8 * 500);
+}
+
+TEST(ALOG_convertMesg, PutsThePrefixInFrontAndStopsAtTheBound)
+{
+    const auto text = [](const zvkcore::string::UTF8String& bytes) {
+        return std::string(zvkcore::string::View(bytes));
+    };
+    EXPECT_EQ(text(ALOG_convertMesg("MEM", "size=%d", 7)), "MEM size=7");
+    EXPECT_EQ(text(ALOG_convertMesg(nullptr, "size=%d", 7)), "size=7");
+    const std::string longText(3000, 'x');
+    EXPECT_EQ(text(ALOG_convertMesg("MEM", "%s", longText.c_str())), "MEM " + std::string(2064, 'x'));
+    EXPECT_EQ(text(ALOG_convertMesg(longText.c_str(), "%d", 7)).size(), 2068u);
+}
+
+// In a process of its own, where no file was open at the first call.
+TEST(WithoutLogFile, StaysSilentEvenWhenAFileAppearsLater)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            ALOG_Log(0, "U", "Birth", "before");
+            const bool opened = OpenLogFile();
+            RecordLines();
+            ALOG_sprintf(0, "U", "Birth", "%s", "after");
+            std::exit(opened && g_lines.empty() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+}  // namespace

@@ -1,0 +1,172 @@
+#include "QLTest.h"
+#include "U_ErrState.h"
+#include "U_Telemetry.h"
+#include "Up_Err.h"
+#include "zvkcore/config/Config.h"
+
+namespace {
+
+using qltest::Text;
+using qltest::Text16;
+
+class Supplier : public zvkui::sketchbot::SupplierInterface {};
+
+class Window : public zvkui::ui::UI_Node {
+  public:
+    explicit Window(int* alive) : m_alive(alive) { ++*m_alive; }
+    ~Window() override { --*m_alive; }
+
+  private:
+    int* m_alive;
+};
+
+class Manager : public zvkui::ui::UI_NodeManager {
+  public:
+    Manager() : m_former(Set(this)) {}
+    ~Manager() override { Set(m_former); }
+    zvkui::ui::UI_NodePtr GetInputCapture() override { return captured; }
+    void EndInputCapture(bool cancel) override { ended = cancel, captured.reset(); }
+
+    zvkui::ui::UI_NodePtr captured;
+    bool ended = false;
+
+  private:
+    UI_NodeManager* m_former;
+};
+
+/// Keeps what is sent, one line a field.
+class Provider : public U::telemetry::U_TelemetryProvider {
+  public:
+    Provider() { U::telemetry::RegisterTelemetryProvider(this); }
+    ~Provider() override { U::telemetry::RegisterTelemetryProvider(nullptr); }
+    bool IsLogging() override { return true; }
+    void LogEvent(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override {}
+    void LogEventWithCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override
+    {
+    }
+    void IncrementEventCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override
+    {
+    }
+    void ClearEventCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override {}
+    void LogEventsWithCount() override {}
+    U::telemetry::DataGroup NewDataGroup(const char* owner, const char* category, const char* subcategory,
+                                         zvkcore::utility::Guid, bool useLogger) override
+    {
+        sent += std::string(owner) + "/" + category + "/" + subcategory + (useLogger ? "!" : "") + "\n";
+        return nullptr;
+    }
+    void AddToGroup(const U::telemetry::DataGroup&, const char* key, const U_UTF8String& value, bool) override
+    {
+        sent += key + std::string("=") + std::string(zvkcore::string::View(value)) + "\n";
+    }
+
+    std::string sent;
+};
+
+class ErrDialog : public qltest::Library {
+  protected:
+    void SetUp() override
+    {
+        zvkcore::config::SetClientName(zvkcore::string::Units(u"Sample"));
+        Library::SetUp();
+    }
+    void TearDown() override
+    {
+        Library::TearDown();
+        zvkcore::config::SetClientName({});
+    }
+};
+
+struct LookRow {
+    U_Severity severity;
+    int icon, level;
+};
+const LookRow kLooks[] = {{1, 0, 0},  {2, 4, 1},  {4, 2, 2},  {8, 1, 0},
+                          {16, 1, 0}, {32, 4, 1}, {64, 4, 1}, {128, 4, 1}};
+
+TEST_F(ErrDialog, IsAMessageBoxOverTheWindowAndAnAlertWithoutOne)
+{
+    int alive = 0;
+    Supplier supplier;
+    for (const LookRow& row : kLooks) {
+        SCOPED_TRACE(row.severity);
+        Forget();
+        Up_ReportErrorDialog(Text16("( 1 :: 2 )"), row.severity, Text16("message"), 600.0f);
+        U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
+        Up_ReportErrorDialog(Text16("( 1 :: 2 )"), row.severity, Text16("message"), 600.0f);
+        Up_ReportErrorDialog({}, row.severity, Text16("message"), 0.0f);
+        U_SetSketchbotValuesForUErrors(&supplier, nullptr);
+        EXPECT_EQ(alive, 0);
+        Up_ReportErrorDialog({}, row.severity, Text16("message"), 600.0f);
+
+        ASSERT_EQ(Dialogs().size(), 4u);
+        EXPECT_TRUE(Dialogs()[0].isAlert && Dialogs()[3].isAlert);
+        EXPECT_EQ(Dialogs()[0].text, "( 1 :: 2 )\n\nmessage\n\n");
+        EXPECT_EQ(Dialogs()[0].look, row.level);
+        EXPECT_FALSE(Dialogs()[1].isAlert);
+        EXPECT_EQ(Dialogs()[1].text, "message ( 1 :: 2 )");
+        EXPECT_EQ(Dialogs()[1].look, row.icon);
+        EXPECT_EQ(Dialogs()[1].width, 600.0f);
+        EXPECT_EQ(Dialogs()[2].text, "message");
+        EXPECT_EQ(Dialogs()[2].title, "Sample");
+    }
+}
+
+TEST_F(ErrDialog, DeathDropsTheWindowEvenWhenItFails)
+{
+    int alive = 0;
+    Supplier supplier;
+    ASSERT_EQ(U_Death(), 0);
+    U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
+    EXPECT_EQ(U_Death(), U_Err_UNBORN);
+    EXPECT_EQ(alive, 0);
+    ASSERT_EQ(U_Birth(kName, 1), 0);
+}
+
+TEST_F(ErrDialog, EndsARunningCaptureAndWaitsForABusyManager)
+{
+    int alive = 0;
+    Manager manager;
+    Provider provider;
+    manager.captured = new Window(&alive);
+    Up_ReportErrString(0, U_Sev_WARNING, "first");
+    EXPECT_TRUE(manager.ended && alive == 0);
+    EXPECT_EQ(Dialogs().size(), 1u);
+    manager.BeginUninterruptible();
+    Up_ReportErrString(0, U_Sev_WARNING, "second");
+    EXPECT_EQ(Dialogs().size(), 1u);
+    EXPECT_EQ(U_GetNumPostedErrors(), 1);
+    manager.EndUninterruptible();
+    U_DisplayPostedErrors();
+    EXPECT_EQ(Dialogs().size(), 2u);
+    // The one that waited was sent when it was first to be shown, and then no more.
+    EXPECT_EQ(provider.sent,
+              "Ql/error/error_v2\nseverity=Warning\nlocalizedMsg=QLTest warning: first\n"
+              "Ql/error/error_v2\nseverity=Warning\nlocalizedMsg=QLTest warning: second\n");
+}
+
+TEST_F(ErrDialog, SendsTheSeverityAndTheTextWithoutUserData)
+{
+    struct Row {
+        U_Severity severity;
+        const char* word;  // empty: nothing is sent
+    };
+    for (const Row& row : {Row{1, ""}, Row{2, ""}, Row{4, "Warning"}, Row{8, "Problem"}, Row{16, "Fatal"},
+                           Row{32, ""}, Row{64, ""}, Row{128, "Leak"}}) {
+        Provider provider;
+        Up_ReportErrorUTF16({}, row.severity, Text16("cannot open \"secret.png\""), 0.0f, false, true);
+        const std::string expected = row.word[0] ? "Ql/error/error_v2\nseverity=" + std::string(row.word) +
+                                                       "\nlocalizedMsg=cannot open \"\"\n"
+                                                 : "";
+        EXPECT_EQ(provider.sent, expected);
+    }
+    Provider provider;
+    const auto identifier = U_FormUniqueGroupErrorMessageIdentifier(Text16("Many."), Text16("@0 files"),
+                                                                    Text16("A file is missing."));
+    Up_ReportErrorUTF16({}, U_Sev_WARNING, U_GroupErrorMessage(Text16("detail"), identifier), 0.0f, false,
+                        true);
+    EXPECT_NE(provider.sent.find("errDetail=detail\n"), std::string::npos) << provider.sent;
+    EXPECT_NE(provider.sent.find("localizedMsg=A file is missing.\n"), std::string::npos) << provider.sent;
+}
+
+}  // namespace
