@@ -3,6 +3,7 @@
 // Folding walks the list once, moves what belongs to a group or to a title into ordered maps, and appends one
 // entry for each of them. Its look-ups of localised words happen once a folding, not once an error. There is
 // no state here.
+#include <functional>
 #include <map>
 #include <string>
 
@@ -14,7 +15,8 @@ namespace {
 
 using namespace zvkcore::string::literals;
 using Entries = std::vector<Up_PostErrorData>;
-using EntriesByText = std::map<U_UTF16String, Entries>;
+// The order of strings by unit; look-ups by a view need no copy.
+using EntriesByText = std::map<U_UTF16String, Entries, std::less<>>;
 
 constexpr const char* kTag = "$$$/private/QL/U/GroupTag=Grouped_Message_";
 constexpr const char* kScoper = "$$$/private/QL/U/GroupTagScoper={@0}";
@@ -52,16 +54,19 @@ bool SplitAt(U_UTF16String& text, const U_UTF16String& separator, U_UTF16String&
     return true;
 }
 
-// `position` is that of the tag.
-U_UTF16String StripFrom(const U_UTF16String& text, size_t position, U_UTF16String* group_identifier)
+// Where the parts of a grouped message stand; `position` is that of its tag.
+struct Grouped {
+    size_t identifier;
+    size_t identifier_size;
+    size_t message;
+};
+
+Grouped TakeApart(const U_UTF16String& text, size_t position)
 {
     const size_t open = text.find('{', position);
     const size_t close = text.find('}', position);
-    if (group_identifier) {
-        const bool encloses = close != U_UTF16String::npos && open < close;
-        *group_identifier = encloses ? text.substr(open + 1, close - open - 1) : U_UTF16String{};
-    }
-    return close == U_UTF16String::npos ? text : text.substr(close + 1);
+    if (close == U_UTF16String::npos) return {0, 0, 0};
+    return open < close ? Grouped{open + 1, close - open - 1, close + 1} : Grouped{0, 0, close + 1};
 }
 
 }  // namespace
@@ -108,9 +113,11 @@ bool U_IsGroupedErrorMessage(const U_UTF16String& text, size_t* position)
 U_UTF16String U_StripGroupedErrorMessage(const U_UTF16String& text, U_UTF16String* group_identifier)
 {
     size_t position = 0;
-    if (U_IsGroupedErrorMessage(text, &position)) return StripFrom(text, position, group_identifier);
-    if (group_identifier) group_identifier->clear();
-    return text;
+    const bool is_grouped = U_IsGroupedErrorMessage(text, &position);
+    const Grouped at = is_grouped ? TakeApart(text, position) : Grouped{0, 0, 0};
+    U_UTF16String message = text.substr(at.message);  // made first: the identifier may go into `text` itself
+    if (group_identifier) *group_identifier = text.substr(at.identifier, at.identifier_size);
+    return message;
 }
 
 // --- Folding ------------------------------------------------------------------------------------------
@@ -144,19 +151,28 @@ class IssueList {
     size_t m_number = 1;
 };
 
+Entries& Of(EntriesByText& map, zvkcore::string::UTF16View text)
+{
+    auto found = map.find(text);
+    if (found == map.end()) found = map.emplace(U_UTF16String(text), Entries{}).first;
+    return found->second;
+}
+
 // Moves grouped and titled errors out of the list, which keeps the others in their order.
 void SortOut(Entries& list, EntriesByText& groups, EntriesByText& titles)
 {
     const U_UTF16String tag = U_ZStringToUTF16String(kTag);
-    U_UTF16String identifier;
     auto kept = list.begin();
     for (Up_PostErrorData& entry : list) {
-        const size_t position = entry.message.find(tag);
+        U_UTF16String& message = entry.message;
+        const size_t position = message.find(tag);
         if (position != U_UTF16String::npos) {
-            entry.message = StripFrom(entry.message, position, &identifier);
-            groups[identifier].push_back(std::move(entry));
+            const Grouped at = TakeApart(message, position);
+            Entries& group = Of(groups, {message.data() + at.identifier, at.identifier_size});
+            message.erase(0, at.message);
+            group.push_back(std::move(entry));
         } else if (!entry.aggregation_title.empty()) {
-            titles[entry.aggregation_title].push_back(std::move(entry));
+            Of(titles, entry.aggregation_title).push_back(std::move(entry));
         } else {
             if (&*kept != &entry) *kept = std::move(entry);
             ++kept;
