@@ -1,0 +1,112 @@
+#include "ErrorsTest.h"
+#include "Up_Globals.h"
+#include "Up_Interact.h"
+
+namespace {
+
+using namespace errorstest;
+
+class Deferred : public Errors {
+  protected:
+    // Runs `work` deferred, and checks that nothing of it got out and no mask stays behind.
+    template <class Work>
+    Err Defer(Work work, bool report, const char* fallback = nullptr, bool async = false)
+    {
+        U_DeferredReportingState state{};
+        EXPECT_EQ(U_DeferredReportingStart(0, &state), 0);
+        work();
+        EXPECT_TRUE(Reports().empty() && Dialogs().empty());
+        const Err err = U_DeferredReportingEndAsync(report, async, fallback, &state);
+        EXPECT_EQ(state.saved_text, nullptr);
+        EXPECT_EQ(Up_GetInteract(), Up_kBirthInteract);
+        return err;
+    }
+
+    std::vector<qltest::Report> TakeReports()
+    {
+        const auto reports = Reports();
+        Forget();
+        return reports;
+    }
+};
+
+using Reported = std::vector<qltest::Report>;
+
+TEST_F(Deferred, TheLastErrorIsReportedOnceOrItsFallback)
+{
+    const auto report = [](U_Severity severity, const char* text) {
+        return [=] { U_ReportError(0x120000u + severity, severity, Text16(text)); };
+    };
+    EXPECT_EQ(Defer([] {}, true, "nothing failed"), 0);
+    EXPECT_EQ(TakeReports(), Reported{});
+
+    EXPECT_EQ(Defer([&] { report(U_Sev_PROBLEM, "first")(), report(U_Sev_WARNING, "last")(); }, true), 0);
+    EXPECT_EQ(TakeReports(), (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: last"}}));
+
+    EXPECT_EQ(Defer(report(U_Sev_WARNING, ""), true, "said instead"), 0);
+    EXPECT_EQ(TakeReports(), (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: said instead"}}));
+
+    EXPECT_EQ(Defer(report(U_Sev_PROBLEM, ""), true), 0);
+    EXPECT_EQ(TakeReports(),
+              (Reported{{0x120008, U_Sev_PROBLEM, "QLTest error: missing deferred error information."}}));
+
+    // The count is that of the process, the last error that of the thread.
+    EXPECT_EQ(Defer([&] { OnWorker(report(U_Sev_WARNING, "theirs")); }, true), 0);
+    EXPECT_EQ(TakeReports().size(), 1u);
+
+    EXPECT_EQ(Defer(report(U_Sev_WARNING, "later"), true, nullptr, true), 0);
+    EXPECT_TRUE(Reports().empty() && Dialogs().empty());
+    EXPECT_EQ(U_GetNumPostedErrors(), 1);
+}
+
+TEST_F(Deferred, ForgettingPutsCountAndTextBack)
+{
+    U_ReportError(1, U_Sev_WARNING, Text16("before"));
+    Forget();
+    int before = 0, after = 0;
+    U_GetHowManyErrors(&before);
+    EXPECT_EQ(Defer([] { U_ReportError(2, U_Sev_PROBLEM, Text16("forgotten")); }, false), 0);
+    U_GetHowManyErrors(&after);
+    EXPECT_EQ(after, before);
+    EXPECT_EQ(Text(U_GetLastError(nullptr, nullptr, nullptr)), "before");
+}
+
+TEST_F(Deferred, AnswerOfACallbackIsTheResultAndNullIsRefused)
+{
+    const U_LoggingFunc refuse = [](void*, unsigned, U_Severity, const char*) { return 77; };
+    ASSERT_EQ(U_AddLoggingCallback(refuse, nullptr), 0);
+    EXPECT_EQ(Defer([] { U_ReportError(9, U_Sev_WARNING, Text16("refused")); }, true), 77);
+    EXPECT_EQ(U_RemoveLoggingCallback(refuse, nullptr), 0);
+    EXPECT_EQ(U_DeferredReportingStart(0, nullptr), 3);
+    EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, nullptr), 3);
+}
+
+TEST_F(Deferred, AsyncReportOnlyPostsAndObeysQuietAndMask)
+{
+    const struct {
+        bool is_quiet;
+        unsigned short severity;
+        uint32_t mask;
+        int posted;
+    } kRows[] = {{false, U_Sev_WARNING, ~0u, 1},
+                 {true, U_Sev_WARNING, ~0u, 0},
+                 {true, U_Sev_FATAL, ~0u, 1},
+                 {false, U_Sev_WARNING, 0xffff0000, 0},
+                 {false, U_Sev_FATAL, 0xffff0000, 0}};
+    for (const auto& row : kRows) {
+        const int32_t receipt = Up_SetInteractTemp(row.mask);
+        if (row.is_quiet) U_StartQuietErrorsOnCurrentThread(1);
+        U_AsyncReport(0x120001u, row.severity, Text16("text"));
+        if (row.is_quiet) U_EndQuietErrorsOnCurrentThread();
+        Up_SetInteractTempComplete(receipt);
+        EXPECT_EQ(U_GetNumPostedErrors(), row.posted) << &row - kRows;
+        EXPECT_TRUE(Reports().empty() && Dialogs().empty());
+        U_DisplayPostedErrors();
+        Forget();
+    }
+    unsigned location = 1;
+    U_GetLastError(nullptr, &location, nullptr);
+    EXPECT_NE(location, 0x120001u);
+}
+
+}  // namespace
