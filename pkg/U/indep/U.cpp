@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ALOG.h"
+#include "U_BigMutex.h"
 #include "U_ErrState.h"
 #include "U_Memory.h"
 #include "U_ZString.h"
@@ -120,6 +121,7 @@ Err BirthRecordAndServices(const char* name)
         for (const SubBirth birth : kSubBirths) {
             if (const Err code = birth(); code != 0) return code;
         }
+        U_RenderContext::RegisterState(U::BigMutexState::S_StateName, U::BigMutexState::Create);
         return U_Err_NONE;
     });
 }
@@ -156,6 +158,7 @@ Err U_Death()
     const Err code = Up_CheckMagic(Up_Routine_Death, nullptr);
     U_SetSketchbotValuesForUErrors(nullptr, {});
     if (code != 0) return code;
+    U_RenderContext::UnregisterState(U::BigMutexState::S_StateName);
     if (!g_isRunningAsLibrary) {
         Up_RemoveTerminateHandler();
         SetupHardwareExceptionHandling(false);

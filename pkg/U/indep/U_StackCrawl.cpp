@@ -14,7 +14,11 @@ constexpr size_t kNameSize = 512;
 [[gnu::noinline]] void Up_StackCrawl(char* text, size_t size)
 {
     void* frames[kMostFrames];
-    const size_t count = zvkcore::debug::GenerateStackTrace(frames, kMostFrames, 1);
+    Up_FramesText(frames, zvkcore::debug::GenerateStackTrace(frames, kMostFrames, 1), text, size);
+}
+
+void Up_FramesText(void* const* frames, size_t count, char* text, size_t size)
+{
     size_t used = 0;
     text[0] = 0;
     for (size_t at = 0; at < count && used + 1 < size; ++at) {

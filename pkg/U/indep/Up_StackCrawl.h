@@ -9,4 +9,7 @@
 /// frames behind it are not named at all. The text is always terminated; nothing is allocated here.
 void Up_StackCrawl(char* text, size_t size);
 
+/// Writes these frames in the same form.
+void Up_FramesText(void* const* frames, size_t count, char* text, size_t size);
+
 #endif

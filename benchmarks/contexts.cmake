@@ -1,0 +1,1 @@
+ql_benchmark(contexts Boost::thread)

@@ -1,0 +1,185 @@
+// The big mutex, the state in which a render context keeps its lock, and the overrides of multi-threaded rendering.
+//
+// State: the mutex, from its first use to the end of the process; whether it is used at all, read once; two
+// profiling logs; the override bytes.
+#include "U_BigMutex.h"
+
+#include <algorithm>
+#include <atomic>
+#include <system_error>
+
+#include "U.h"
+#include "Up_ContextCore.h"
+#include "zvkcore/debug/DebugDatabase.h"
+
+using zvkcore::debug::CodeProfiler;
+using zvkcore::debug::CodeProfilerManager;
+using zvkcore::threads::RecursiveMutex;
+
+namespace U {
+namespace {
+
+constexpr const char* kMutexName = "QL.U.BigMutex";
+constexpr uint32_t kTimeout = 60000;
+
+// Never destroyed: a lock may still be held by a state that outlives static objects.
+RecursiveMutex& TheBigMutex()
+{
+    static auto& mutex = *new RecursiveMutex{kMutexName};
+    return mutex;
+}
+
+bool IsBigMutexEnabled()
+{
+    static const bool enabled = zvkcore::debug::DebugDatabase::Instance().GetEntryAs<bool>("QL.UseBigMutexR", true);
+    return enabled;
+}
+
+std::shared_ptr<RecursiveMutex::ScopedLock> TakeMutex()
+{
+    auto lock = std::make_shared<RecursiveMutex::ScopedLock>(TheBigMutex(), std::defer_lock);
+    lock->Lock(kMutexName, kTimeout);
+    return lock;
+}
+
+BigMutexState* StateOf(const boost::shared_ptr<U_RenderContext>& context)
+{
+    if (!context) return nullptr;
+    return dynamic_cast<BigMutexState*>(context->GetState(BigMutexState::S_StateName).get());
+}
+
+// Logs live for the process, so that a profiler of a late scope still has one.
+const std::shared_ptr<zvkcore::debug::ProfileDataLog>& WaitingLog()
+{
+    static const auto& log = *new auto(
+        CodeProfilerManager::Get().CreateNewProfileDataLog("QL.U.BigMutexLock_Waiting", 1));
+    return log;
+}
+
+const std::shared_ptr<zvkcore::debug::ProfileDataLog>& TotalLog()
+{
+    static const auto& log = *new auto(CodeProfilerManager::Get().CreateNewProfileDataLog("QL.BigMutexLock_Total", 5));
+    return log;
+}
+
+}  // namespace
+
+// --- The state of a render -----------------------------------------------------------------------------------
+
+const ImmutableString BigMutexState::S_StateName = ImmutableString::Create("BigMutexState");
+
+boost::shared_ptr<U_RenderState> BigMutexState::Create(U_RenderContext* /*context*/)
+{
+    return boost::shared_ptr<U_RenderState>{new BigMutexState};
+}
+
+ImmutableString BigMutexState::GetStateName() const { return S_StateName; }
+
+BigMutexState::~BigMutexState() = default;
+
+bool BigMutexState::SetLock()
+{
+    if (lock) return false;
+    lock = TakeMutex();
+    return true;
+}
+
+void BigMutexState::ClearLock() { lock.reset(); }
+
+bool BigMutexState::HasLock() const { return lock != nullptr; }
+
+// --- The scopes ----------------------------------------------------------------------------------------------
+
+BigMutexLock::BigMutexLock(boost::shared_ptr<U_RenderContext> context)
+{
+    if (!IsBigMutexEnabled() || U_IsOnMainThread()) return;
+    if (!context) context = U_RenderContext::GetCurrent(true);
+    BigMutexState* state = StateOf(context);
+    if (state && state->HasLock()) return;
+
+    const bool timeWait = CodeProfilerManager::Get().GetProfilingVolume() >= 1;
+    const CodeProfiler waiting{timeWait ? WaitingLog() : nullptr};
+    total_profiler = std::make_unique<CodeProfiler>(TotalLog());
+    if (state && state->SetLock()) {
+        render_context = context;
+    } else {
+        own_lock = TakeMutex();
+    }
+}
+
+BigMutexLock::~BigMutexLock()
+{
+    if (BigMutexState* state = StateOf(render_context.lock())) state->ClearLock();
+    total_profiler.reset();
+    own_lock.reset();
+}
+
+BigMutexSuspender::BigMutexSuspender(const boost::shared_ptr<U_RenderContext>& context)
+{
+    if (!context) Up_FailContext(0, "suspended render context is null");
+    BigMutexState* state = StateOf(context);
+    if (!state || !state->HasLock()) return;
+    state->ClearLock();
+    render_context = context;
+}
+
+void BigMutexSuspender::RestoreLock()
+{
+    if (BigMutexState* state = StateOf(render_context.lock())) state->SetLock();
+    render_context.reset();
+}
+
+BigMutexSuspender::~BigMutexSuspender()
+{
+    // A destructor cannot report that the time ran out, and what follows it must not run unprotected: each
+    // failed wait has been traced, and the next one begins.
+    for (bool restored = false; !restored;) {
+        try {
+            RestoreLock();
+            restored = true;
+        } catch (const std::system_error&) {
+            restored = false;
+        }
+    }
+}
+
+// --- Overrides -----------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr unsigned char kNoEnabledOverride = 255;
+constexpr unsigned char kNoPercentOverride = 0;
+
+struct {
+    std::atomic<unsigned char> enabled{kNoEnabledOverride};
+    std::atomic<unsigned char> max_cpu_percent{kNoPercentOverride};
+} S_mfr_pref_override;
+
+}  // namespace
+
+void SetMultiThreadedRenderingOverrides(bool enabled, unsigned char max_cpu_percent)
+{
+    const auto percent = enabled ? std::min<unsigned char>(max_cpu_percent, 100) : static_cast<unsigned char>(100);
+    S_mfr_pref_override.enabled.store(enabled, std::memory_order_release);
+    S_mfr_pref_override.max_cpu_percent.store(percent, std::memory_order_release);
+}
+
+bool GetMultiThreadedRenderingState(bool default_value)
+{
+    const unsigned char enabled = S_mfr_pref_override.enabled.load(std::memory_order_acquire);
+    return enabled == kNoEnabledOverride ? default_value : enabled == 1;
+}
+
+unsigned char GetMultiThreadedMaximumCPUPercent(unsigned char default_value)
+{
+    const unsigned char percent = S_mfr_pref_override.max_cpu_percent.load(std::memory_order_acquire);
+    return percent == kNoPercentOverride ? default_value : percent;
+}
+
+void ResetMultiThreadedRenderingOverrides()
+{
+    S_mfr_pref_override.enabled.store(kNoEnabledOverride, std::memory_order_release);
+    S_mfr_pref_override.max_cpu_percent.store(kNoPercentOverride, std::memory_order_release);
+}
+
+}  // namespace U
