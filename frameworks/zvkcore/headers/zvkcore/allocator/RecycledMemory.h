@@ -13,8 +13,6 @@
 
 #include <cstddef>
 
-#include "zvkcore/config/Export.h"
-
 namespace zvkcore::allocator {
 
 class RecycledMemory {
@@ -26,14 +24,14 @@ class RecycledMemory {
     RecycledMemory() noexcept = default;
 
     /// Hands the block to the recycler's pool.
-    ZVKCORE_EXPORT ~RecycledMemory();
+    ~RecycledMemory();
 
     RecycledMemory(const RecycledMemory&) = delete;
     RecycledMemory& operator=(const RecycledMemory&) = delete;
 
     /// Takes at least `size` bytes from the recycler; a block owned before goes to the pool first. Throws
     /// `std::bad_alloc`, and then owns nothing.
-    ZVKCORE_EXPORT void Allocate(std::size_t size);
+    void Allocate(std::size_t size);
 
     /// The block, null if none is owned. Its bytes are whatever its last owner left.
     void* GetPointer() const noexcept { return m_pointer; }

@@ -12,8 +12,6 @@
 
 #include <cstddef>
 
-#include "zvkcore/config/Export.h"
-
 namespace zvkcore::allocator {
 
 class SmallBlockAllocator {
@@ -25,12 +23,12 @@ class SmallBlockAllocator {
     /// behind.
     ///
     /// threads  any
-    [[nodiscard]] ZVKCORE_EXPORT static void* Allocate(std::size_t size);
+    [[nodiscard]] static void* Allocate(std::size_t size);
 
     /// Takes a block back. `size` is the size given to `Allocate`. Null is accepted.
     ///
     /// threads  any, another than the allocating one too, and at thread and process exit
-    ZVKCORE_EXPORT static void Dispose(void* block, std::size_t size) noexcept;
+    static void Dispose(void* block, std::size_t size) noexcept;
 };
 
 }  // namespace zvkcore::allocator

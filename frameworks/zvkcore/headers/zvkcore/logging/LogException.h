@@ -4,15 +4,13 @@
 
 #include <exception>
 
-#include "zvkcore/config/Export.h"
-
 namespace zvkcore::logging {
 
 /// Traces `description` and what the exception tells of itself, at level 1 of the trace "Exception": the type
 /// and `what()` of a `std::exception`, the value of an `int`. Null pointers are accepted. Throws nothing.
 ///
 /// threads  any
-ZVKCORE_EXPORT void LogException(const std::exception_ptr& exception, const char* description) noexcept;
+void LogException(const std::exception_ptr& exception, const char* description) noexcept;
 
 }  // namespace zvkcore::logging
 

@@ -7,16 +7,15 @@
 
 #include <cstddef>
 
-#include "zvkcore/config/Export.h"
 #include "zvkcore/string/UTFString.h"
 
 namespace zvkcore::string {
 
 /// Cuts `text` to at most `count` 16-bit units. With `ellipsis` a cut text ends in U+2026, which counts.
-ZVKCORE_EXPORT void TruncateStringToNumChars(UTF16String& text, std::size_t count, bool ellipsis);
+void TruncateStringToNumChars(UTF16String& text, std::size_t count, bool ellipsis);
 
 /// Cuts `text` to at most `count` bytes.
-ZVKCORE_EXPORT void TruncateStringToNumBytes(UTF8String& text, std::size_t count);
+void TruncateStringToNumBytes(UTF8String& text, std::size_t count);
 
 }  // namespace zvkcore::string
 

@@ -13,7 +13,6 @@
 
 #include <cstddef>
 
-#include "zvkcore/config/Export.h"
 #include "zvkcore/utility/Guid.h"
 
 namespace zvkcore::utility {
@@ -21,7 +20,7 @@ namespace zvkcore::utility {
 /// A hash in the making; a copy goes on from where its original stands.
 class HashValueMixerState {
   public:
-    ZVKCORE_EXPORT HashValueMixerState() noexcept;
+    HashValueMixerState() noexcept;
 
   private:
     friend void UpdateHashState(HashValueMixerState&, const void*, std::size_t) noexcept;
@@ -31,10 +30,10 @@ class HashValueMixerState {
 };
 
 /// Adds `size` bytes; `data` may be null if `size` is 0.
-ZVKCORE_EXPORT void UpdateHashState(HashValueMixerState& state, const void* data, std::size_t size) noexcept;
+void UpdateHashState(HashValueMixerState& state, const void* data, std::size_t size) noexcept;
 
 /// Gives the identity of all bytes so far; more may follow.
-ZVKCORE_EXPORT void GetHashResult(const HashValueMixerState& state, Guid& guid) noexcept;
+void GetHashResult(const HashValueMixerState& state, Guid& guid) noexcept;
 
 }  // namespace zvkcore::utility
 

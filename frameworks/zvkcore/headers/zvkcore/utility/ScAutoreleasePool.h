@@ -8,21 +8,19 @@
 #include <functional>
 #include <vector>
 
-#include "zvkcore/config/Export.h"
-
 namespace zvkcore::utility {
 
 class ScAutoreleasePool {
   public:
     ScAutoreleasePool() = default;
-    ZVKCORE_EXPORT ~ScAutoreleasePool();
+    ~ScAutoreleasePool();
 
     ScAutoreleasePool(const ScAutoreleasePool&) = delete;
     ScAutoreleasePool& operator=(const ScAutoreleasePool&) = delete;
 
     /// Runs `release` at the end of the scope; it must not throw. If there is no memory to remember it, runs
     /// it at once and throws `std::bad_alloc`.
-    ZVKCORE_EXPORT void Add(std::function<void()> release);
+    void Add(std::function<void()> release);
 
   private:
     std::vector<std::function<void()>> m_releases;
