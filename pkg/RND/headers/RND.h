@@ -102,6 +102,8 @@ U_EXPORT Err RND_GetNextRandomFloats(RND_FloatState* state, int32_t count, doubl
 U_EXPORT Err RND_InitGaussianState(uint32_t seed, RND_GaussianState* state);
 
 /// Values of mean 0 and standard deviation 1.
+///
+/// returns  0; 3 for a damaged state that could draw for ever; values may be missing then
 /// source  G. Marsaglia, T. A. Bray, "A convenient method for generating normal variables" (polar method)
 U_EXPORT Err RND_GetNextGaussianFloats(RND_GaussianState* state, int32_t count, double* out);
 
