@@ -30,7 +30,8 @@ struct Pairs {
 
     void Add(int32_t a_num, int32_t a_den, int32_t b_num, int32_t b_den)
     {
-        ours.emplace_back(M_Ratio{a_num, static_cast<uint32_t>(a_den)}, M_Ratio{b_num, static_cast<uint32_t>(b_den)});
+        ours.emplace_back(M_Ratio{a_num, static_cast<uint32_t>(a_den)},
+                          M_Ratio{b_num, static_cast<uint32_t>(b_den)});
         peer.emplace_back(Peer(a_num, a_den), Peer(b_num, b_den));
     }
 };
@@ -151,7 +152,8 @@ void PairOfBestRational()
         const double value = kFirst + i * kStep;
         const M_Ratio ours = BestOurs(value);
         const AVRational peer = BestPeer(value);
-        const double difference = static_cast<double>(ours.num) / ours.den - static_cast<double>(peer.num) / peer.den;
+        const double difference =
+            static_cast<double>(ours.num) / ours.den - static_cast<double>(peer.num) / peer.den;
         Demand(std::fabs(difference) < value * 0x1p-23, row);  // ours is that of single precision
     }
     const auto body = [=](auto best) {
@@ -182,8 +184,8 @@ void TextPeer(int32_t frame, char* out)
     const int32_t tens = frame / 17982;
     const int32_t inTen = frame % 17982;
     const int32_t label = frame + 18 * tens + (inTen > 1 ? 2 * ((inTen - 2) / 1798) : 0);
-    std::snprintf(out, T_kFormattedTimeSize, "%02d;%02d;%02d;%02d", label / 108000, label / 1800 % 60, label / 30 % 60,
-                  label % 30);
+    std::snprintf(out, T_kFormattedTimeSize, "%02d;%02d;%02d;%02d", label / 108000, label / 1800 % 60,
+                  label / 30 % 60, label % 30);
 }
 
 void PairOfTimecode()
@@ -217,7 +219,8 @@ int main(int argc, char** argv)
     PairOf<Add>("add, same scale / boost::rational<int64>", 0.3, kSameScale);
     PairOf<Add>("add, mixed scales / boost::rational<int64>", 0.6, kMixedScale);
     PairOf<Add>("add, terms that must reduce / boost::rational<int64>", 1.0, kMustReduce);
-    PairOf<Multiply>("multiply, terms that overflow and are reduced / boost::rational<int64>", 1.3, kSameScale);
+    PairOf<Multiply>("multiply, terms that overflow and are reduced / boost::rational<int64>", 1.3,
+                     kSameScale);
     PairOf<Multiply>("multiply, mixed scales / boost::rational<int64>", 0.3, kMixedScale);
     PairOf<Multiply>("multiply, terms that must reduce / boost::rational<int64>", 1.3, kMustReduce);
     PairOf<Compare>("compare, same scale / boost::rational<int64>", 1.0, kSameScale);

@@ -128,7 +128,8 @@ Fill<int32_t> BareIntegers()
 int main(int argc, char** argv)
 {
     const auto uniform = std::uniform_real_distribution<double>(-1, 2);
-    PairOf<double>("floats in a range / std::mt19937, uniform_real", 0.1, Floats(-1, 2), Standard<double>(uniform));
+    PairOf<double>("floats in a range / std::mt19937, uniform_real", 0.1, Floats(-1, 2),
+                   Standard<double>(uniform));
     PairOf<int32_t>("integers in a range / std::mt19937, uniform_int", 0.3, Integers(0, 999),
                     Standard<int32_t>(std::uniform_int_distribution<int32_t>(0, 999)));
     PairOf<double>("Gaussian / std::mt19937, normal", 0.35, Gaussian(),

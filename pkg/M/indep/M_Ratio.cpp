@@ -119,7 +119,8 @@ Reduction SumOfReduced(M_Ratio a, M_Ratio b, bool subtract, M_Ratio* out)
     return argument.Answer(status, kSumLocation, text, out);
 }
 
-inline uint32_t Sum(const M_Ratio& a, const M_Ratio& b, bool subtract, int text, M_Ratio* out, uint8_t* status)
+inline uint32_t Sum(const M_Ratio& a, const M_Ratio& b, bool subtract, int text, M_Ratio* out,
+                    uint8_t* status)
 {
     const M_Ratio left = a;
     const M_Ratio right = b;

@@ -127,7 +127,8 @@ uint32_t M_ClipRatio(const M_Ratio* x, const M_Ratio* low, const M_Ratio* high, 
     int32_t order = 0;
     if (const uint32_t err = M_CompareRatio(low, high, &order)) return err;
     if (order > 0) {
-        Up_ReportTolmErrString(kLocation, U_Sev_PROBLEM, U_Err_BAD_PARAMETER, Mp_String(Mp_Text_INVALID_RANGE));
+        Up_ReportTolmErrString(kLocation, U_Sev_PROBLEM, U_Err_BAD_PARAMETER,
+                               Mp_String(Mp_Text_INVALID_RANGE));
         return U_Err_BAD_PARAMETER;
     }
     uint32_t err = M_CompareRatio(&value, low, &order);

@@ -63,7 +63,8 @@ constexpr bool Mp_UMulOverflows(uint32_t a, uint32_t b)
 constexpr bool Mp_MulOverflows(int32_t a, int32_t b)
 {
     const int64_t product = int64_t{a} * b;
-    const uint64_t magnitude = product < 0 ? 0 - static_cast<uint64_t>(product) : static_cast<uint64_t>(product);
+    const uint64_t magnitude =
+        product < 0 ? 0 - static_cast<uint64_t>(product) : static_cast<uint64_t>(product);
     if (magnitude - 1 < (uint64_t{1} << 30) - 1) return false;
     return magnitude >= uint64_t{1} << 31 || Mp_LeadingZerosRefuse(a, b);
 }

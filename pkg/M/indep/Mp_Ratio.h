@@ -54,7 +54,8 @@ inline bool Mp_SumOfScalesFits(M_Ratio a, M_Ratio b, M_Ratio* out)
     const int64_t a_part = int64_t{a.num} * b.den;
     const int64_t b_part = int64_t{b.num} * a.den;
     const int64_t plain = int64_t{divisor} << 30;
-    if (den >= 2 * static_cast<uint64_t>(plain) || a_part >= plain || a_part <= -plain || b_part >= plain || b_part <= -plain) {
+    if (den >= 2 * static_cast<uint64_t>(plain) || a_part >= plain || a_part <= -plain || b_part >= plain ||
+        b_part <= -plain) {
         return Mp_SumByFactorsFits(a, b, divisor, out);
     }
     Mp_Store(static_cast<int32_t>((a_part + b_part) / divisor), static_cast<uint32_t>(den / divisor), out);

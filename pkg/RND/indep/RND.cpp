@@ -74,11 +74,13 @@ Err RND_GetNextRandomLongs(RND_LongState* state, int32_t low, int32_t high, int3
     const uint32_t base = static_cast<uint32_t>(low);
     const uint32_t range = static_cast<uint32_t>(high) - base + 1;
     if (range == 0) {
-        RNDp_DrawEach(*state, count, [=](int32_t i, uint32_t draw) { out[i] = static_cast<int32_t>(draw + base); });
+        RNDp_DrawEach(*state, count,
+                      [=](int32_t i, uint32_t draw) { out[i] = static_cast<int32_t>(draw + base); });
     } else {
         const RNDp_Remainder remainder(range);
-        RNDp_DrawEach(*state, count,
-                      [=](int32_t i, uint32_t draw) { out[i] = static_cast<int32_t>(remainder(draw) + base); });
+        RNDp_DrawEach(*state, count, [=](int32_t i, uint32_t draw) {
+            out[i] = static_cast<int32_t>(remainder(draw) + base);
+        });
     }
     return U_Err_NONE;
 }
@@ -94,6 +96,7 @@ Err RND_InitFloatState(uint32_t seed, RND_FloatState* state)
 Err RND_GetNextRandomFloats(RND_FloatState* state, int32_t count, double* out, double low, double high)
 {
     const double range = high - low;
-    RNDp_DrawEach(*state, count, [=](int32_t i, uint32_t draw) { out[i] = range * (draw * RNDp_kUnit) + low; });
+    RNDp_DrawEach(*state, count,
+                  [=](int32_t i, uint32_t draw) { out[i] = range * (draw * RNDp_kUnit) + low; });
     return U_Err_NONE;
 }

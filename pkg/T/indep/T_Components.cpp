@@ -88,7 +88,8 @@ int32_t OffsetFrames(const T_Time& offset, const T_Time& frame_duration, bool ro
     if (offset.value == 0) return 0;
     const Tp_Quotient count = CountOrThrow(offset, frame_duration);
     const bool is_negative = offset.value < 0;
-    const auto frames = static_cast<int32_t>(is_negative && round_negative_up ? count.RoundedUp() : count.RoundedDown());
+    const auto frames =
+        static_cast<int32_t>(is_negative && round_negative_up ? count.RoundedUp() : count.RoundedDown());
     return is_negative ? Mp_Negate(frames) : frames;
 }
 
@@ -229,8 +230,8 @@ int32_t FramesOfTimecode(const T_TimeComponents& components, const Tp_Counting& 
 
 }  // namespace
 
-Err T_ComponentsToTime(const T_TimeComponents* components, const T_TimeFormatInfo* info, T_TimeFormatType type,
-                       int32_t rate, T_Time* out)
+Err T_ComponentsToTime(const T_TimeComponents* components, const T_TimeFormatInfo* info,
+                       T_TimeFormatType type, int32_t rate, T_Time* out)
 {
     const Tp_Counting counting = Tp_Examine(*info, rate);
     // Wanted: rounded down in magnitude here, also where `T_TimeToComponents` rounds up.

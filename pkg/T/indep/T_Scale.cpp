@@ -101,12 +101,14 @@ int32_t T_FpLong2TimeValue(uint32_t scale, double seconds)
 
 int64_t T_TimeToTicks(T_Time time)
 {
-    return ToInt64(std::floor(static_cast<double>(time.value) * T_kTicksPerSecond / static_cast<double>(time.scale) + 0.5));
+    return ToInt64(std::floor(
+        static_cast<double>(time.value) * T_kTicksPerSecond / static_cast<double>(time.scale) + 0.5));
 }
 
 T_Time T_TicksToTime(int64_t ticks, uint32_t scale)
 {
-    return {M_RoundDoubleSafe(static_cast<double>(ticks) * static_cast<double>(scale) / T_kTicksPerSecond), scale};
+    return {M_RoundDoubleSafe(static_cast<double>(ticks) * static_cast<double>(scale) / T_kTicksPerSecond),
+            scale};
 }
 
 int32_t T_FloatTimeValueToTimeValue(double value)
