@@ -23,8 +23,16 @@ std::optional<DebugDatabase::Value> DebugDatabase::FindEntry(std::string_view ke
 
 void DebugDatabase::StoreEntry(std::string_view key, Value value)
 {
+    // Memory is taken and given back outside the lock: who runs out of it may read the database on the way.
+    decltype(m_entries) made;
+    made.emplace(key, std::move(value));
     const std::unique_lock lock(m_mutex);
-    m_entries.insert_or_assign(std::string(key), std::move(value));
+    const auto entry = m_entries.find(key);
+    if (entry == m_entries.end()) {
+        m_entries.merge(made);
+    } else {
+        entry->second.swap(made.begin()->second);
+    }
 }
 
 bool DebugDatabase::RemoveEntry(std::string_view key)

@@ -1,12 +1,18 @@
 // An object under a lock that is made at its first use and ends with the library, after which it is not there.
 //
-// Reports come from any thread at any time, also while the process exits and static objects die in an order that
-// nobody chose. The lock itself never dies; a `Closer` beside it takes the object away.
+// Reports come from any thread at any time. They come while the process exits and static objects die in an order
+// that nobody chose: the lock itself never dies, and a `Closer` beside it takes the object away. And they come out
+// of an allocation that fails, perhaps inside a body: for a thread that is in a body already the object is not
+// there, so it cannot wait for itself.
 #ifndef ZVKCORE_DEBUG_EXITSAFE_H
 #define ZVKCORE_DEBUG_EXITSAFE_H
 
+#include <atomic>
+#include <memory>
 #include <mutex>
 #include <type_traits>
+
+#include "zvkcore/threads/ThreadID.h"
 
 namespace zvkcore::debug {
 
@@ -26,18 +32,32 @@ class ExitSafe {
         ExitSafe& m_owner;
     };
 
-    // Runs `body` on the object under the lock; false, and `body` does not run, when the object has ended.
+    // Runs `body` on the object under the lock; false, and `body` does not run, when the object is not there.
     template <class Body>
     bool With(Body&& body)
     {
+        const unsigned long caller = threads::GetCurrentThreadID();
+        if (m_inside.load(std::memory_order_relaxed) == caller) return false;
+        auto spare = m_made.load(std::memory_order_relaxed) ? nullptr : std::make_unique<T>();
         const std::lock_guard lock(m_mutex);
         if (m_closed) return false;
-        if (m_object == nullptr) m_object = new T();
+        if (m_object == nullptr) {
+            m_object = spare.release();
+            m_made.store(true, std::memory_order_relaxed);
+        }
+        const Inside inside(m_inside, caller);
         body(*m_object);
         return true;
     }
 
   private:
+    struct Inside {
+        Inside(std::atomic<unsigned long>& w, unsigned long caller) : who(w) { who.store(caller, kRelaxed); }
+        ~Inside() { who.store(0, kRelaxed); }
+        std::atomic<unsigned long>& who;
+        static constexpr auto kRelaxed = std::memory_order_relaxed;
+    };
+
     void Close() noexcept
     {
         const std::lock_guard lock(m_mutex);
@@ -46,9 +66,12 @@ class ExitSafe {
         m_object = nullptr;
     }
 
-    std::mutex m_mutex;
+    std::mutex
+        m_mutex;  // guards everything but the two atomics, which are only compared with what a thread knows
     T* m_object = nullptr;
     bool m_closed = false;
+    std::atomic<bool> m_made{false};
+    std::atomic<unsigned long> m_inside{0};  // the thread in a body, 0 for none
 };
 
 }  // namespace zvkcore::debug

@@ -5,18 +5,22 @@
 // It is called here without Boost.Stacktrace in front of it, whose inline state would be an exported symbol that
 // no lock of ours guards and that keeps the library from being unloaded.
 //
-// State: the reader's, made at the first need. It cannot be given back and lives as long as the process.
+// State: the reader's, made at the first need, and the mutex that guards it. The reader cannot be given back and
+// lives as long as the process. The mutex is never held while the loader is asked or memory is taken from the heap.
 #include "FunctionNames.h"
 
 #include <dlfcn.h>
 
 #include <boost/core/demangle.hpp>
 #include <cstdint>
+#include <mutex>
 #include <string_view>
 #include QL_BACKTRACE_HEADER
 
 namespace zvkcore::debug {
 namespace {
+
+constinit std::mutex g_readerMutex;
 
 void IgnoreFailure(void*, const char*, int) {}
 
@@ -28,6 +32,7 @@ void NoteName(void* out, uintptr_t, const char* name, uintptr_t, uintptr_t)
 
 const char* FindInSymbolTables(void* address)
 {
+    const std::lock_guard lock(g_readerMutex);
     static backtrace_state* s_state = backtrace_create_state(nullptr, 0, IgnoreFailure, nullptr);
     const char* name = nullptr;
     if (s_state != nullptr) {

@@ -6,8 +6,7 @@
 
 namespace zvkcore::debug {
 
-// The demangled name, empty without one. Not safe for threads: the caller holds a lock across the call. Throws
-// `std::bad_alloc`.
+// The demangled name, empty without one. Any thread may call; the caller holds no lock. Throws `std::bad_alloc`.
 std::string FindFunctionName(void* address);
 
 }  // namespace zvkcore::debug

@@ -1,17 +1,20 @@
 // Capturing walks the unwinder's frames. Naming is dear, so names are kept by address; they are dropped whenever
 // the process has loaded or unloaded a file since, because another function may stand at the address now.
 //
-// State: the kept names. Their lock is held while a name is found, too, since the finder is not safe for threads.
+// State: the kept names. Their lock is not held while a name is looked for or made: the loader has a lock of its
+// own, which it holds while the code of a file that is being loaded starts up, and that code may report.
 #include "zvkcore/debug/StackTrace.h"
 
 #include <link.h>
 #include <unwind.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
-#include <unordered_map>
+#include <utility>
 
 #include "ExitSafe.h"
 #include "FunctionNames.h"
@@ -20,7 +23,6 @@ namespace zvkcore::debug {
 namespace {
 
 constexpr size_t kDefaultDepth = 32;
-constexpr size_t kMaxNames = 16384;  // a bound for hosts that make code as they run
 
 struct Walk {
     void** frames;
@@ -62,27 +64,55 @@ LoadCounts CountLoads()
     return counts;
 }
 
+bool CopyName(const std::string& text, char* name, size_t size)
+{
+    const size_t length = std::min(text.size(), size - 1);
+    std::memcpy(name, text.data(), length);
+    name[length] = 0;
+    return !text.empty();
+}
+
+// A frame has one slot, which the next frame of the same slot takes from it.
 class Names {
   public:
-    // Empty for a frame without a name.
-    const std::string& Of(void* frame)
+    struct Slot {
+        void* frame = nullptr;
+        std::unique_ptr<const std::string> name;  // never null beside a frame; empty for one without a name
+    };
+
+    Slot& SlotOf(void* frame)
     {
-        if (const LoadCounts loads = CountLoads(); loads != m_loads || m_names.size() >= kMaxNames) {
-            m_names.clear();
-            m_loads = loads;
-        }
-        const auto known = m_names.find(frame);
-        if (known != m_names.end()) return known->second;
-        return m_names.emplace(frame, FindFunctionName(frame)).first->second;
+        const auto mixed = reinterpret_cast<uintptr_t>(frame) * uintptr_t{0x9E3779B97F4A7C15};
+        return m_slots[mixed >> (sizeof(mixed) * 8 - kSlotBits)];
+    }
+
+    void ForgetAfterLoading(const LoadCounts& loads)
+    {
+        if (loads == m_loads) return;
+        m_loads = loads;
+        for (Slot& slot : m_slots) slot = {};
     }
 
   private:
-    std::unordered_map<void*, std::string> m_names;
+    static constexpr int kSlotBits = 12;
+    std::array<Slot, size_t{1} << kSlotBits> m_slots;
     LoadCounts m_loads;
 };
 
 constinit ExitSafe<Names> g_names;
 ExitSafe<Names>::Closer g_namesCloser(g_names);
+
+bool CopyKeptName(void* frame, char* name, size_t size, const LoadCounts& loads, bool& found)
+{
+    bool kept = false;
+    g_names.With([&](Names& names) {
+        names.ForgetAfterLoading(loads);
+        const Names::Slot& slot = names.SlotOf(frame);
+        kept = slot.frame == frame;
+        if (kept) found = CopyName(*slot.name, name, size);
+    });
+    return kept;
+}
 
 }  // namespace
 
@@ -108,15 +138,13 @@ bool StackFrameFunctionName(void* frame, char* name, size_t size) noexcept
     if (frame == nullptr) return false;
     bool found = false;
     try {
-        g_names.With([&](Names& names) {
-            const std::string& text = names.Of(frame);
-            const size_t length = std::min(text.size(), size - 1);
-            std::memcpy(name, text.data(), length);
-            name[length] = 0;
-            found = !text.empty();
-        });
+        const LoadCounts loads = CountLoads();
+        if (CopyKeptName(frame, name, size, loads, found)) return found;
+        Names::Slot slot{frame, std::make_unique<const std::string>(FindFunctionName(frame))};
+        found = CopyName(*slot.name, name, size);
+        g_names.With([&](Names& names) { std::swap(names.SlotOf(frame), slot); });
     } catch (...) {
-        return false;
+        // A name that memory does not suffice for is none, unless it has been copied already.
     }
     return found;
 }

@@ -52,6 +52,14 @@ std::string_view NameOf(const char* channel)
     return channel != nullptr ? channel : "";
 }
 
+// Made outside the lock, to be merged in under it without an allocation.
+Levels OneLevel(const char* channel, std::optional<int> level)
+{
+    Levels made;
+    made.emplace(NameOf(channel), level);
+    return made;
+}
+
 }  // namespace
 
 TraceSink SetTraceSink(TraceSink sink)
@@ -78,22 +86,27 @@ void Trace(int level, const char* channel, std::string_view text) noexcept
 bool TraceEnabled(const char* channel, int level, bool remember)
 {
     int wanted = kDefaultTraceLevel;
+    bool known = true;
     g_levels.With([&](Levels& levels) {
         const auto entry = levels.find(NameOf(channel));
-        if (entry != levels.end()) {
-            wanted = entry->second.value_or(kDefaultTraceLevel);
-        } else if (remember) {
-            levels.emplace(NameOf(channel), std::nullopt);
-        }
+        known = entry != levels.end();
+        if (known) wanted = entry->second.value_or(kDefaultTraceLevel);
     });
+    if (remember && !known) {
+        Levels made = OneLevel(channel, std::nullopt);
+        g_levels.With([&](Levels& levels) { levels.merge(made); });
+    }
     return level <= wanted && g_hasSink.load(std::memory_order_acquire);
 }
 
 int SetTraceLevel(const char* channel, int level)
 {
+    Levels made = OneLevel(channel, level);
     int former = kDefaultTraceLevel;
     g_levels.With([&](Levels& levels) {
-        auto& entry = levels[std::string(NameOf(channel))];
+        levels.merge(made);
+        if (made.empty()) return;
+        auto& entry = levels.find(NameOf(channel))->second;
         former = entry.value_or(kDefaultTraceLevel);
         entry = level;
     });

@@ -1,7 +1,8 @@
 // State: the ring of checkpoints, made at the first one and gone when the library ends.
 #include "zvkcore/debug/Trailmark.h"
 
-#include <deque>
+#include <array>
+#include <memory>
 #include <utility>
 
 #include "ExitSafe.h"
@@ -10,8 +11,9 @@
 namespace zvkcore::debug::trailmark {
 namespace {
 
+// Checkpoints are made and destroyed outside the lock, which is held for exchanging pointers only.
 struct Trail {
-    std::deque<Checkpoint> checkpoints;
+    std::array<std::shared_ptr<const Checkpoint>, kTrailLength> ring;  // number n stands at n % kTrailLength
     uint64_t count = 0;
 };
 
@@ -22,12 +24,13 @@ ExitSafe<Trail>::Closer g_trailCloser(g_trail);
 
 void LeaveTrail(utility::Dictionary texts, std::vector<void*> callstack) noexcept
 try {
-    Checkpoint checkpoint{0, threads::GetCurrentThreadID(), std::chrono::system_clock::now(),
-                          std::move(texts), std::move(callstack)};
+    const auto checkpoint = std::make_shared<Checkpoint>(Checkpoint{0, threads::GetCurrentThreadID(),
+                                                                    std::chrono::system_clock::now(),
+                                                                    std::move(texts), std::move(callstack)});
+    std::shared_ptr<const Checkpoint> forgotten = checkpoint;
     g_trail.With([&](Trail& trail) {
-        checkpoint.number = ++trail.count;
-        trail.checkpoints.push_back(std::move(checkpoint));
-        if (trail.checkpoints.size() > kTrailLength) trail.checkpoints.pop_front();
+        checkpoint->number = ++trail.count;
+        trail.ring[trail.count % kTrailLength].swap(forgotten);
     });
 } catch (...) {
     // A report that leaves a trail has more important things to do than to fail for it.
@@ -35,14 +38,20 @@ try {
 
 std::vector<Checkpoint> GetTrail()
 {
-    std::vector<Checkpoint> copy;
-    g_trail.With([&](Trail& trail) { copy.assign(trail.checkpoints.begin(), trail.checkpoints.end()); });
-    return copy;
+    Trail copy;
+    g_trail.With([&](Trail& trail) { copy = trail; });
+    std::vector<Checkpoint> checkpoints;
+    for (size_t i = 1; i <= kTrailLength; ++i) {
+        const auto& checkpoint = copy.ring[(copy.count + i) % kTrailLength];
+        if (checkpoint) checkpoints.push_back(*checkpoint);
+    }
+    return checkpoints;
 }
 
 void ClearTrail() noexcept
 try {
-    g_trail.With([](Trail& trail) { trail.checkpoints.clear(); });
+    Trail forgotten;
+    g_trail.With([&](Trail& trail) { trail.ring.swap(forgotten.ring); });
 } catch (...) {
     // Only making the ring can fail, and then there is nothing in it.
 }

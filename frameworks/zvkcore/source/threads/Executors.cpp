@@ -1,6 +1,6 @@
-// Both executors are an Asio context that one thread runs. A context that is closed takes no more work; closing
-// and handing over exclude one another, so that work is either refused to the caller's face or dealt with as
-// promised, and never lost in between.
+// Both executors are an Asio context that one thread runs. A context that is closed takes no more work, and ends
+// behind the last hand-over that came before the closing, so that work is either refused to the caller's face or
+// dealt with as promised, and never lost in between.
 //
 // The state is shared with the thread, since the last owner of an executor may be a piece of its own work.
 #include "zvkcore/threads/Executors.h"
@@ -16,6 +16,7 @@
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
+#include <cstdint>
 #include <exception>
 #include <mutex>
 #include <system_error>
@@ -28,29 +29,48 @@
 namespace zvkcore::threads {
 namespace {
 
+// Closing waits for nobody and no lock is held while work is handed over, since that takes memory, and who runs
+// out of memory may hand over work on the way. Whoever is the last to be busy behind the closing lets the context
+// end.
 class WorkQueue {
   public:
     template <class Work>
     void Post(Work&& work)
     {
-        const std::lock_guard lock(m_mutex);
-        if (m_closed)
-            throw std::system_error(std::make_error_code(std::errc::operation_canceled), "executor");
+        const Busy busy(*this);
         boost::asio::post(context, std::forward<Work>(work));
     }
 
     void Close() noexcept
     {
-        const std::lock_guard lock(m_mutex);
-        m_closed = true;
-        m_guard.reset();
+        if (m_state.fetch_or(kClosed, std::memory_order_acq_rel) == 0) m_guard.reset();
     }
 
     boost::asio::io_context context{1};
 
   private:
-    std::mutex m_mutex;  // guards the flag, and a hand-over against closing
-    bool m_closed = false;
+    static constexpr uint64_t kClosed = 1;
+    static constexpr uint64_t kBusy = 2;  // for each thread that is handing over
+
+    struct Busy {
+        explicit Busy(WorkQueue& q) : queue(q)
+        {
+            uint64_t state = queue.m_state.load(std::memory_order_relaxed);
+            do {
+                if ((state & kClosed) != 0) {
+                    throw std::system_error(std::make_error_code(std::errc::operation_canceled), "executor");
+                }
+            } while (!queue.m_state.compare_exchange_weak(state, state + kBusy, std::memory_order_acq_rel));
+        }
+        ~Busy()
+        {
+            const uint64_t former = queue.m_state.fetch_sub(kBusy, std::memory_order_acq_rel);
+            if (former == kBusy + kClosed) queue.m_guard.reset();
+        }
+        WorkQueue& queue;
+    };
+
+    std::atomic<uint64_t> m_state{0};
     boost::asio::executor_work_guard<boost::asio::io_context::executor_type> m_guard{context.get_executor()};
 };
 
@@ -90,7 +110,9 @@ struct AsyncEventLoopAdaptor::State {
     explicit State(std::function<void()> wakeLoop) : wake(std::move(wakeLoop)) {}
 
     WorkQueue queue;
-    std::atomic<size_t> pending{0};
+    std::atomic<uint64_t> handedOver{
+        0};                // counted behind the hand-over, so it may be late but is never early
+    uint64_t started = 0;  // touched on the loop's thread only
     std::atomic<unsigned long> thread{GetCurrentThreadID()};
     const std::function<void()> wake;
 };
@@ -119,11 +141,11 @@ void AsyncEventLoopAdaptor::CallAsynchronously(const boost::function<void()>& wo
 {
     RefuseEmpty(work);
     const std::shared_ptr<State> state = m_state;
-    state->queue.Post([counter = &state->pending, work] {
-        counter->fetch_sub(1, std::memory_order_relaxed);
+    state->queue.Post([counter = &state->started, work] {
+        ++*counter;
         work();
     });
-    state->pending.fetch_add(1, std::memory_order_release);
+    state->handedOver.fetch_add(1, std::memory_order_release);
     if (state->wake) state->wake();
 }
 
@@ -134,9 +156,9 @@ size_t AsyncEventLoopAdaptor::RunPending()
     }
     // Only what is there now: work that hands over more work must not keep the host's loop from its events.
     const std::shared_ptr<State> state = m_state;
-    const size_t pending = state->pending.load(std::memory_order_acquire);
+    const uint64_t last = state->handedOver.load(std::memory_order_acquire);
     size_t ran = 0;
-    while (ran < pending && state->queue.context.poll_one() != 0) ++ran;
+    while (state->started < last && state->queue.context.poll_one() != 0) ++ran;
     return ran;
 }
 
@@ -196,7 +218,9 @@ bool AsyncThreadedExecutor::IsCurrentThreadExecutorThread() const
 void AsyncThreadedExecutor::CallAsynchronously(const boost::function<void()>& work)
 {
     RefuseEmpty(work);
-    m_state->queue.Post(work);
+    const std::shared_ptr<State> state =
+        m_state;  // the work may release the executor before `Post` is through
+    state->queue.Post(work);
 }
 
 void AsyncThreadedExecutor::Terminate() noexcept

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <tuple>
 
+#include "../../source/debug/ExitSafe.h"
 #include "../Contend.h"
 #include "zvkcore/debug/Assert.h"
 #include "zvkcore/debug/CodeProfiler.h"
@@ -94,6 +95,23 @@ TEST(Assert, NoticesADebugger)
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 42);
+}
+
+TEST(ExitSafe, IsNotThereForWhoIsInsideOrComesBehindTheEnd)
+{
+    static ExitSafe<int> s_number;
+    bool again = true;
+    {
+        const ExitSafe<int>::Closer closer(s_number);
+        EXPECT_TRUE(s_number.With([&](int& number) {
+            number = 42;
+            again = s_number.With([](int&) {});
+        }));
+        EXPECT_FALSE(again);
+        zvktest::OnAnotherThread(
+            [] { EXPECT_TRUE(s_number.With([](int& number) { EXPECT_EQ(number, 42); })); });
+    }
+    EXPECT_FALSE(s_number.With([](int&) {}));
 }
 
 TEST(Trailmark, KeepsTheLastCheckpointsInOrder)

@@ -34,7 +34,15 @@ class ZVKCORE_EXPORT RecursiveMutex {
     constexpr explicit RecursiveMutex(const char* name = nullptr) noexcept : m_name(name) {}
     RecursiveMutex(const RecursiveMutex&) = delete;
     RecursiveMutex& operator=(const RecursiveMutex&) = delete;
-    ~RecursiveMutex() { pthread_mutex_destroy(&m_mutex); }
+#ifdef __SANITIZE_THREAD__
+    ~RecursiveMutex()
+    {
+        pthread_mutex_destroy(&m_mutex);
+    }  // the sanitizer must forget the address
+#else
+    ~RecursiveMutex() =
+        default;  // trivial: a thread that runs while the process exits may still lock a global one
+#endif
 
     /// Locks, waiting at most `timeout` milliseconds; 0 does not wait.
     ///
@@ -73,7 +81,10 @@ class ZVKCORE_EXPORT RecursiveMutex {
     }
 
     /// The name given at construction, or null.
-    const char* Name() const noexcept { return m_name; }
+    const char* Name() const noexcept
+    {
+        return m_name;
+    }
 
   private:
     void LockWatched(const char* name, const utility::ImmutableString* interned, uint32_t timeout);
