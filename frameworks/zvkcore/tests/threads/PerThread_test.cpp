@@ -17,6 +17,7 @@ namespace {
 
 // A key whose home slot is always the same: every entry has to look for another place.
 struct Clumsy {
+    explicit Clumsy(int v) : value(v) {}
     int value;
     bool operator==(const Clumsy&) const = default;
 };
