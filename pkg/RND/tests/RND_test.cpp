@@ -1,0 +1,297 @@
+#include "RND.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <numeric>
+#include <vector>
+
+#include "FailingAllocator.h"
+#include "QLTest.h"
+#include "RNDp_Generator.h"
+#include "RNDp_Lanes.h"
+
+namespace {
+
+using Streams = qltest::Library;
+
+constexpr uint32_t kSeed = 12345;
+constexpr double kUnit = 2.3283064370807974e-10;
+
+// --- Streams, however they are cut -------------------------------------------------------------------------------
+
+// A stream of any kind, read by some values at a time.
+using Reader = std::function<void(int32_t count, double* out)>;
+
+Reader Floats()
+{
+    RND_FloatState state;
+    RND_InitFloatState(kSeed, &state);
+    return
+        [state](int32_t count, double* out) mutable { RND_GetNextRandomFloats(&state, count, out, -1, 2); };
+}
+
+Reader Integers()
+{
+    RND_LongState state;
+    RND_InitLongState(kSeed, 1000000, &state);
+    return [state](int32_t count, double* out) mutable {
+        std::vector<int32_t> values(static_cast<size_t>(std::max(count, 0)));
+        RND_GetNextRandomLongs(&state, -500, 499, count, values.data());
+        std::copy(values.begin(), values.end(), out);
+    };
+}
+
+Reader Gaussian()
+{
+    RND_GaussianState state;
+    RND_InitGaussianState(kSeed, &state);
+    return [state](int32_t count, double* out) mutable { RND_GetNextGaussianFloats(&state, count, out); };
+}
+
+Reader BandLimited()
+{
+    RND_BandLimitedHandle handle = nullptr;
+    EXPECT_EQ(RND_NewBandLimitedState(kSeed, false, 7, &handle, 1, 0, 1), 0);
+    const std::shared_ptr<RND_BandLimitedState*> owner(handle, RND_DisposeBandLimitedState);
+    return [owner](int32_t count, double* out) { RND_GetNextBLFloats(owner.get(), count, out); };
+}
+
+struct Kind {
+    const char* name;
+    Reader (*make)();
+    double mean, deviation;
+    std::vector<double> first;
+};
+
+class EveryStream : public Streams, public testing::WithParamInterface<Kind> {};
+
+TEST_P(EveryStream, IsPinnedCutsAnywhereAndHasItsMoments)
+{
+    constexpr int32_t kCount = 400000;
+    const Kind& kind = GetParam();
+    std::vector<double> whole(kCount), cut(kCount);
+    kind.make()(kCount, whole.data());
+    const Reader reader = kind.make();
+    for (int32_t at = 0, step = 0; at < kCount; at += step) {
+        step = std::min(kCount - at, at % 37);
+        reader(step, cut.data() + at);
+        if (step == 0) reader(step = 1, cut.data() + at);
+    }
+    EXPECT_TRUE(whole == cut);
+    for (size_t i = 0; i < kind.first.size(); ++i) EXPECT_EQ(whole[i], kind.first[i]) << i;
+
+    const double mean = std::accumulate(whole.begin(), whole.end(), 0.0) / kCount;
+    double squares = 0;
+    for (const double value : whole) squares += (value - mean) * (value - mean);
+    EXPECT_NEAR(mean, kind.mean, kind.deviation * 0.01);
+    EXPECT_NEAR(std::sqrt(squares / kCount), kind.deviation, kind.deviation * 0.01);
+}
+
+// --- Integers ------------------------------------------------------------------------------------------------------
+
+TEST_F(Streams, DrawsFollowTheGenerator)
+{
+    RND_LongState state;
+    for (const auto& [max, mask, shift] : {std::tuple(5u, 0xE0000000u, 29u), std::tuple(1u, 0x80000000u, 31u),
+                                           std::tuple(8u, 0xF0000000u, 28u), std::tuple(~0u, ~0u, 0u)}) {
+        ASSERT_EQ(RND_InitLongState(kSeed, max, &state), 0);
+        EXPECT_EQ(std::tuple(state.count, state.seed, state.mask, state.shift),
+                  std::tuple(0u, kSeed, mask, shift));
+        std::vector<uint32_t> draws(1000);
+        RND_GetNextRandomMaskedLongs(&state, 1000, draws.data());
+        uint32_t x = kSeed;
+        for (const uint32_t draw : draws) {
+            x = x * 1664525u + 1013904223u;
+            ASSERT_EQ(draw, (x & mask) >> shift);
+        }
+        EXPECT_EQ(state.seed, x);
+    }
+    std::vector<uint32_t> none(3, 9);
+    EXPECT_EQ(RND_InitLongState(kSeed, 0, &state), 3);
+    RND_GetNextRandomMaskedLongs(&state, 3, none.data());
+    EXPECT_EQ(none, std::vector<uint32_t>(3, 0));
+    EXPECT_EQ(RND_GetNextRandomMaskedLongs(&state, -4, nullptr), 0);
+    state = {0, 1, ~0u, 99};  // out of a damaged project
+    EXPECT_EQ(RND_GetNextRandomMaskedLongs(&state, 3, none.data()), 0);
+}
+
+TEST_F(Streams, RangesTakeTheRemainder)
+{
+    for (const auto& [low, high] :
+         {std::pair(0, 999), std::pair(-5, 5), std::pair(3, 3), std::pair(INT32_MIN, INT32_MAX),
+          std::pair(7, 2), std::pair(INT32_MIN, -1), std::pair(0, INT32_MAX)}) {
+        RND_LongState state, same;
+        RND_InitLongState(kSeed, ~0u, &state);
+        same = state;
+        std::vector<int32_t> values(500);
+        std::vector<uint32_t> draws(500);
+        RND_GetNextRandomLongs(&state, low, high, 500, values.data());
+        RND_GetNextRandomMaskedLongs(&same, 500, draws.data());
+        const uint32_t range = static_cast<uint32_t>(high) - static_cast<uint32_t>(low) + 1;
+        for (size_t i = 0; i < values.size(); ++i) {
+            const uint32_t part = range == 0 ? draws[i] : draws[i] % range;
+            ASSERT_EQ(static_cast<uint32_t>(values[i]), part + static_cast<uint32_t>(low))
+                << low << ' ' << high;
+        }
+    }
+    for (uint32_t divisor : {1u, 2u, 3u, 1000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        const RNDp_Remainder remainder(divisor);
+        for (uint32_t value : {0u, 1u, divisor - 1, divisor, divisor + 1, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+            EXPECT_EQ(remainder(value), value % divisor) << value << " by " << divisor;
+        }
+    }
+}
+
+TEST_F(Streams, TheTableAndTheHash)
+{
+    const uint32_t* table = nullptr;
+    int32_t size = 0;
+    EXPECT_EQ(RND_Birth(), 0);
+    EXPECT_EQ(RND_Birth(), 0);
+    RND_GetPrimeSizedTable(&table, &size);
+    ASSERT_EQ(size, 4093);
+    uint32_t x = 1785686885;
+    for (int32_t i = 0; i < size; ++i) ASSERT_EQ(table[i], x = x * 1664525u + 1013904223u) << i;
+    RND_GetPrimeSizedTable(nullptr, nullptr);
+    EXPECT_EQ(RND_Death(), 0);
+    EXPECT_EQ(RND_HashInt(3), 0xDAA66D2Bu);
+}
+
+TEST_F(Streams, FloatsReachBothEnds)
+{
+    // The draws 0xFFFFFFFF and 0 come out of these seeds.
+    constexpr uint32_t kInverse = 4276115653u;  // of the multiplier, modulo 2^32
+    static_assert(kInverse * 1664525u == 1);
+    for (const uint32_t draw : {0xFFFFFFFFu, 0u}) {
+        RND_FloatState state;
+        RND_InitFloatState((draw - 1013904223u) * kInverse, &state);
+        double value = 0;
+        RND_GetNextRandomFloats(&state, 1, &value, -3, 5);
+        EXPECT_EQ(value, draw == 0 ? -3.0 : 5.0);
+    }
+}
+
+// --- Gaussian and band-limited ---------------------------------------------------------------------------------------
+
+TEST_F(Streams, GaussianFollowsThePolarMethod)
+{
+    RND_GaussianState state;
+    RND_InitGaussianState(kSeed, &state);
+    std::vector<double> values(1001);
+    ASSERT_EQ(RND_GetNextGaussianFloats(&state, 1001, values.data()), 0);
+    uint32_t x = kSeed;
+    double a = 0, b = 0, s = 0, factor = 0;
+    const auto draw = [&x] {
+        const double r = (x = RNDp_Next(x)) * kUnit;
+        return r + r - 1;
+    };
+    for (size_t i = 0; i < values.size(); ++i) {
+        if (i % 2 == 1) {
+            ASSERT_EQ(values[i], b * factor) << i;
+            continue;
+        }
+        do {
+            a = draw();
+            b = draw();
+            s = a * a + b * b;
+        } while (s >= 1 || s == 0);
+        factor = std::sqrt(std::log(s) * -2 / s);
+        ASSERT_EQ(values[i], a * factor) << i;
+    }
+    EXPECT_EQ(std::tuple(state.u, state.v, state.factor, state.hasSpare, state.seed),
+              std::tuple(a, b, factor, 1u, x));
+    state = {0, 0, 0, 0, kSeed, 0x80000000, 31};  // leaves no pair inside the circle
+    EXPECT_EQ(RND_GetNextGaussianFloats(&state, 4, values.data()), 3);
+}
+
+TEST_F(Streams, BandLimitedIsAMovingMeanAroundOneHalf)
+{
+    constexpr int32_t kSize = 50;
+    constexpr double kLow = -1, kHigh = 3;
+    for (const double confidence : {1.0, 0.5, 0.01}) {
+        RND_BandLimitedHandle handle = nullptr;
+        ASSERT_EQ(RND_NewBandLimitedState(kSeed, true, kSize, &handle, confidence, kLow, kHigh), 0);
+        const double gain = confidence == 1 ? 1 : std::log(kSize + 1) / 1.3;  // the same for all below 1
+        EXPECT_EQ((*handle)->gain, gain);
+        std::vector<double> window(kSize), values(200);
+        uint32_t x = kSeed;
+        double sum = 0;
+        for (double& entry : window)
+            sum += entry = ((kHigh - kLow) * ((x = RNDp_Next(x)) * kUnit) + kLow) / kSize;
+        RND_GetNextBLFloats(handle, 200, values.data());
+        for (size_t i = 0; i < values.size(); ++i) {
+            ASSERT_EQ(values[i], std::clamp(sum, kLow, kHigh)) << i;
+            double& entry = window[i % kSize];
+            sum -= entry;
+            entry = ((kLow + (kHigh - kLow) * ((x = RNDp_Next(x)) * kUnit) - 0.5) * gain + 0.5) / kSize;
+            sum += entry;
+        }
+        EXPECT_EQ(RND_DisposeBandLimitedState(handle), 0);
+    }
+    RND_BandLimitedHandle one = nullptr;
+    ASSERT_EQ(RND_NewBandLimitedState(kSeed, false, 1, &one, 0.5, 0, 1), 0);
+    EXPECT_EQ((*one)->gain, 1);  // log(2) / 1.3 is raised
+    RND_DisposeBandLimitedState(one);
+}
+
+TEST_F(Streams, BandLimitedRefusesWhatItDidNotMake)
+{
+    RND_BandLimitedHandle handle = nullptr;
+    double value = 7;
+    for (const auto& [size, confidence] : {std::pair(0, 1.0), std::pair(-1, 1.0), std::pair(5, 0.0),
+                                           std::pair(5, 1.1), std::pair(5, double{NAN})}) {
+        handle = reinterpret_cast<RND_BandLimitedHandle>(&value);
+        EXPECT_EQ(RND_NewBandLimitedState(1, false, size, &handle, confidence, 0, 1), 3);
+        EXPECT_EQ(handle, nullptr);
+    }
+    EXPECT_EQ(RND_GetNextBLFloats(nullptr, 1, &value), 3);
+    EXPECT_EQ(RND_DisposeBandLimitedState(nullptr), 3);
+    ASSERT_EQ(RND_NewBandLimitedState(1, false, 5, &handle, 1, 0, 1), 0);
+    EXPECT_EQ(RND_GetNextBLFloats(handle, 0, nullptr), 0);
+    (*handle)->signature ^= 1;
+    EXPECT_EQ(RND_GetNextBLFloats(handle, 1, &value), 3);
+    EXPECT_EQ(RND_DisposeBandLimitedState(handle), 3);
+    (*handle)->signature ^= 1;
+    EXPECT_EQ(RND_DisposeBandLimitedState(handle), 0);
+    EXPECT_EQ(value, 7);
+    ASSERT_EQ(Reports().size(), 9u);
+    EXPECT_EQ(Reports()[2].text, "QLTest error: internal verification failure, sorry! {bad confidence}");
+}
+
+TEST_F(Streams, BandLimitedSurvivesMissingMemory)
+{
+    RND_BandLimitedHandle handle = nullptr;
+    EXPECT_EQ(RND_NewBandLimitedState(1, false, INT32_MAX, &handle, 1, 0, 1),
+              4);  // more than any request may be
+    EXPECT_EQ(handle, nullptr);
+    qltest::EveryAllocationFails([] {
+        RND_BandLimitedHandle made = nullptr;
+        const Err err = RND_NewBandLimitedState(1, false, 100, &made, 1, 0, 1);
+        if (err == 0) RND_DisposeBandLimitedState(made);
+        return err == 0 && made != nullptr;
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, EveryStream,
+    testing::Values(
+        Kind{"Floats",
+             Floats,
+             0.5,
+             std::sqrt(0.75),
+             {-0x1.e0a95667e0a95p-1, -0x1.e6951f0de6952p-1, 0x1.42498c8742498p-1, 0x1.cf366ef1cf366p-1}},
+        Kind{"Integers", Integers, -0.5, 288.675, {-107, -149, 40, 245}},
+        Kind{"Gaussian",
+             Gaussian,
+             0,
+             1,
+             {0x1.5e67dd42771a9p-1, 0x1.11d7127ec2646p+1, -0x1.08f90cf273355p-2, 0x1.85939af1f1471p+1}},
+        Kind{"BandLimited",
+             BandLimited,
+             0.5,
+             std::sqrt(1.0 / 12 / 7),
+             {0x1.8fdb2627d8ffbp-2, 0x1.dd1647b8b884p-2, 0x1.18ef02083d815p-1, 0x1.2a826bf773a7p-1}}),
+    [](const auto& kind) { return std::string(kind.param.name); });
+
+}  // namespace
