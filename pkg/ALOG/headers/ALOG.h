@@ -51,6 +51,35 @@ ZVKCORE_EXPORT int ALOG_sprintf(int unread, const char* module, const char* leve
 ZVKCORE_EXPORT int ALOG_vsprintf(int unread, const char* module, const char* level, const char* format,
                                  va_list arguments) ALOG_FORMAT(4, 0);
 
+// --- In place ---------------------------------------------------------------------------------------------
+// A process without a log file should not even pay for a call. Where the compiler can hand variable arguments
+// on (GCC), the functions above look at this byte in their caller: their arguments are evaluated as ever, and
+// the functions are exported as ever. Read only; 1 once it is known that there is no log file.
+ZVKCORE_EXPORT extern unsigned char ALOG_g_isSilent;
+
+#if defined(__GNUC__) && !defined(__clang__) && !defined(ALOG_NO_INLINE)
+#define ALOG_IN_PLACE extern __inline__ __attribute__((__always_inline__, __gnu_inline__, __artificial__))
+
+ZVKCORE_EXPORT extern int ALOG_LogCalled(int unread, const char* module, const char* level,
+                                         const char* text) __asm__("ALOG_Log");
+ZVKCORE_EXPORT extern int ALOG_sprintfCalled(int unread, const char* module, const char* level,
+                                             const char* format, ...) __asm__("ALOG_sprintf");
+
+ALOG_IN_PLACE int ALOG_Log(int unread, const char* module, const char* level, const char* text)
+{
+    if (__atomic_load_n(&ALOG_g_isSilent, __ATOMIC_RELAXED)) return 0;
+    return ALOG_LogCalled(unread, module, level, text);
+}
+
+ALOG_IN_PLACE int ALOG_sprintf(int unread, const char* module, const char* level, const char* format, ...)
+{
+    if (__atomic_load_n(&ALOG_g_isSilent, __ATOMIC_RELAXED)) return 0;
+    return ALOG_sprintfCalled(unread, module, level, format, __builtin_va_arg_pack());
+}
+
+#undef ALOG_IN_PLACE
+#endif
+
 #ifdef __cplusplus
 }
 

@@ -1,46 +1,50 @@
 // One line a call: module, blank, level, blank, message, newline, given to the trace facility as one text.
 //
-// The line is made on the stack, in one buffer, and nothing is allocated here. Whether there is anybody to read it is
-// asked in two steps: the console log file once a process, the trace whenever its settings have changed.
+// The line is made on the stack, in one buffer, and nothing is allocated here. Whether there is anybody to read
+// it is asked in two steps: the console log file once a process, the trace whenever its settings have changed.
+#define ALOG_NO_INLINE
 #include "ALOG.h"
 
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
 #include "ALOGp.h"
+#include "ALOGp_Format.h"
 #include "zvkcore/console/ConsoleLogFile.h"
 #include "zvkcore/debug/Trace.h"
+
+// Set when the process's first log call found no file; never cleared.
+unsigned char ALOG_g_isSilent = 0;
 
 namespace {
 
 constexpr int kTraceLevel = 5;
 constexpr char kTraceName[] = "ALOG";
 
-enum class LogFile : uint8_t { kUnasked, kAbsent, kPresent };
-
-// State of the process, alive from load to unload. Two threads may both ask for the log file at first; they hear the
-// same.
-std::atomic<LogFile> g_logFile{LogFile::kUnasked};
+// State of the process, alive from load to unload. Two threads may both ask for the log file at first; they hear
+// the same.
+std::atomic<bool> g_hasLogFile{false};       // known once ALOG_g_isSilent or this is set
 std::atomic<uint32_t> sTraceChangeCount{0};  // the count for which the next answer holds
 std::atomic<bool> g_traceEnabled{false};
 
 [[gnu::cold, gnu::noinline]] bool AskLogFile() noexcept
 {
     const bool exists = zvkcore::console::ConsoleLogFile::GetInstance()->Exists();
-    g_logFile.store(exists ? LogFile::kPresent : LogFile::kAbsent, std::memory_order_relaxed);
+    if (exists) {
+        g_hasLogFile.store(true, std::memory_order_relaxed);
+    } else {
+        __atomic_store_n(&ALOG_g_isSilent, 1, __ATOMIC_RELAXED);
+    }
     return exists;
 }
 
 inline bool HasLogFile() noexcept
 {
-    const LogFile known = g_logFile.load(std::memory_order_relaxed);
-    if (known == LogFile::kAbsent) [[likely]]
-        return false;
-    return known == LogFile::kPresent || AskLogFile();
+    if (__atomic_load_n(&ALOG_g_isSilent, __ATOMIC_RELAXED)) return false;
+    return g_hasLogFile.load(std::memory_order_relaxed) || AskLogFile();
 }
 
 bool IsTraceEnabled()
@@ -73,8 +77,7 @@ class Line {
 
     void AppendFormat(const char* format, va_list arguments) ALOG_FORMAT(2, 0)
     {
-        const int size = std::vsnprintf(m_bytes + m_size, Room() + 1, format, arguments);
-        if (size > 0) m_size += std::min(static_cast<size_t>(size), Room());
+        m_size += ALOGp_Format(m_bytes + m_size, Room() + 1, format, arguments);
     }
 
     void Send()
@@ -155,8 +158,7 @@ zvkcore::string::UTF8String ALOG_convertMesg(const char* prefix, const char* for
     }
     va_list arguments;
     va_start(arguments, format);
-    const int wanted = format ? std::vsnprintf(text + size, sizeof text - size, format, arguments) : 0;
+    if (format) size += ALOGp_Format(text + size, sizeof text - size, format, arguments);
     va_end(arguments);
-    if (wanted > 0) size += std::min(static_cast<size_t>(wanted), sizeof text - size - 1);
     return zvkcore::string::UTF8String{zvkcore::string::Units(std::string_view(text, size))};
 }

@@ -2,11 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <climits>
+#include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ALOGp_Format.h"
 #include "zvkcore/console/ConsoleLogFile.h"
 #include "zvkcore/debug/Trace.h"
 
@@ -108,6 +114,40 @@ TEST_F(WithLogFile, LogsFromSeveralThreads)
     }
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(s_count, 8 * 500);
+}
+
+size_t Format(char* out, size_t size, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const size_t written = ALOGp_Format(out, size, format, arguments);
+    va_end(arguments);
+    return written;
+}
+
+template <class... Arguments>
+void ExpectPrintf(const char* format, Arguments... arguments)
+{
+    for (const size_t size : {1, 2, 9, 600}) {
+        char ours[600], theirs[600];
+        std::snprintf(theirs, size, format, arguments...);
+        EXPECT_EQ(Format(ours, size, format, arguments...), std::strlen(theirs)) << format;
+        EXPECT_STREQ(ours, theirs) << format;
+    }
+}
+
+TEST(ALOGp_Format, WritesWhatPrintfWrites)
+{
+    ExpectPrintf("plain %% text");
+    ExpectPrintf("%d %i %u|%c|%s", INT_MIN, 7, UINT_MAX, 'x', "text");
+    ExpectPrintf("%ld %lld %lu %llu %zu", LONG_MIN, LLONG_MAX, ULONG_MAX, 0ull, sizeof(int));
+    ExpectPrintf("%5d|%-8s|%x|%p|%s", 42, "left", 255u, static_cast<void*>(nullptr), "behind the others");
+    ExpectPrintf("%d %.2s %d %.*f %g %d", 1, "cut", 2, 3, 2.5, 1e20, 3);
+    for (const double value : {0.0, -0.0, 12.5, 0.125, 2.5, -1e300, 1e-300, 1.0 / 3, HUGE_VAL, -HUGE_VAL}) {
+        ExpectPrintf("%f %.0f %.3f %.15f", value, value, value, value);
+    }
+    char text[600];
+    EXPECT_EQ(Format(text, sizeof text, "%s", static_cast<const char*>(nullptr)), 6u);
 }
 
 TEST(ALOG_convertMesg, PutsThePrefixInFrontAndStopsAtTheBound)
