@@ -1,5 +1,6 @@
-// A log line, a report with its stack crawl, and a try section, each beside what a user would write instead. Both
-// sides keep their file open and buffered; both keep what they have learned about the names of frames.
+// A log line, a report with its stack crawl, and a try section, each beside what a user would write
+// instead. Both sides keep their file open and buffered; both keep what they have learned about the names
+// of frames.
 #include <execinfo.h>
 
 #include <cstdio>
@@ -36,10 +37,16 @@ spdlog::logger& PeerLog()
     return *s_logger;
 }
 
-// --- A line ----------------------------------------------------------------------------------------------------
+// --- A line ----------------------------------------------------------------------------------------------
 
-void OurLine(int frame) { ALOG_sprintf(0, "RENDER", "5", "frame %d of %s took %.3f ms", frame, "Layer 7", 12.5); }
-void PeerLine(int frame) { PeerLog().info("RENDER 5 frame {} of {} took {:.3f} ms", frame, "Layer 7", 12.5); }
+void OurLine(int frame)
+{
+    ALOG_sprintf(0, "RENDER", "5", "frame %d of %s took %.3f ms", frame, "Layer 7", 12.5);
+}
+void PeerLine(int frame)
+{
+    PeerLog().info("RENDER 5 frame {} of {} took {:.3f} ms", frame, "Layer 7", 12.5);
+}
 
 template <void (*Write)(int)>
 void Lines(benchmark::State& state)
@@ -48,11 +55,14 @@ void Lines(benchmark::State& state)
     for (auto _ : state) Write(++frame);
 }
 
-// --- A report --------------------------------------------------------------------------------------------------
+// --- A report --------------------------------------------------------------------------------------------
 
 U_UTF16String g_text;
 
-void OurReport() { U_ReportError(0x00120003, U_Sev_PROBLEM, g_text); }
+void OurReport()
+{
+    U_ReportError(0x00120003, U_Sev_PROBLEM, g_text);
+}
 
 // The text of the report and its crawl, by the means of the C library.
 void PeerReport()
@@ -89,7 +99,7 @@ void Reports(benchmark::State& state)
     U_EndQuietErrorsOnCurrentThread();
 }
 
-// --- A try section ---------------------------------------------------------------------------------------------
+// --- A try section ---------------------------------------------------------------------------------------
 
 [[gnu::noinline]] Err Bare(int* value)
 {

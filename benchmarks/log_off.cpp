@@ -1,4 +1,5 @@
-// What logging costs where nobody listens: no console log file on our side, a level that is off on the peer's.
+// What logging costs where nobody listens: no console log file on our side, a level that is off on the
+// peer's.
 #include <memory>
 
 #include <spdlog/sinks/basic_file_sink.h>
@@ -28,7 +29,8 @@ void OursPlain(benchmark::State& state)
 
 void Peer(benchmark::State& state)
 {
-    spdlog::logger logger("off", std::make_shared<spdlog::sinks::basic_file_sink_mt>("bench_log_off.peer.log", true));
+    spdlog::logger logger(
+        "off", std::make_shared<spdlog::sinks::basic_file_sink_mt>("bench_log_off.peer.log", true));
     logger.set_level(spdlog::level::warn);
     int frame = 0;
     for (auto _ : state) {

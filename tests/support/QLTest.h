@@ -8,8 +8,8 @@
 ///         EXPECT_EQ(Dialogs().at(0).text, "...");        // what a user would have seen
 ///     }
 ///
-/// The test runs on the UI thread. Dialogs are recorded and answered at once. The library runs as a library, so a
-/// crash of the test is a plain crash.
+/// The test runs on the UI thread. Dialogs are recorded and answered at once. The library runs as a
+/// library, so a crash of the test is a plain crash.
 #ifndef QL_TEST_QLTEST_H
 #define QL_TEST_QLTEST_H
 
@@ -104,7 +104,8 @@ class Library : public testing::Test {
     RecordingPresenter& Presenter() { return *m_presenter; }
     std::vector<Dialog>& Dialogs() { return m_presenter->dialogs; }
 
-    /// What was reported so far. Ask when no other thread reports: they are written one at a time, but read freely.
+    /// What was reported so far. Ask when no other thread reports: they are written one at a time, but read
+    /// freely.
     std::vector<Report>& Reports() { return m_reports; }
 
     void Forget()

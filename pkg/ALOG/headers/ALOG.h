@@ -51,7 +51,7 @@ ZVKCORE_EXPORT int ALOG_sprintf(int unread, const char* module, const char* leve
 ZVKCORE_EXPORT int ALOG_vsprintf(int unread, const char* module, const char* level, const char* format,
                                  va_list arguments) ALOG_FORMAT(4, 0);
 
-// --- In place ---------------------------------------------------------------------------------------------
+// --- In place --------------------------------------------------------------------------------------------
 // A process without a log file should not even pay for a call. Where the compiler can hand variable arguments
 // on (GCC), the functions above look at this byte in their caller: their arguments are evaluated as ever, and
 // the functions are exported as ever. Read only; 1 once it is known that there is no log file.

@@ -1,7 +1,8 @@
 // One line a call: module, blank, level, blank, message, newline, given to the trace facility as one text.
 //
-// The line is made on the stack, in one buffer, and nothing is allocated here. Whether there is anybody to read
-// it is asked in two steps: the console log file once a process, the trace whenever its settings have changed.
+// The line is made on the stack, in one buffer, and nothing is allocated here. Whether there is anybody to
+// read it is asked in two steps: the console log file once a process, the trace whenever its settings have
+// changed.
 #define ALOG_NO_INLINE
 #include "ALOG.h"
 
@@ -24,8 +25,8 @@ namespace {
 constexpr int kTraceLevel = 5;
 constexpr char kTraceName[] = "ALOG";
 
-// State of the process, alive from load to unload. Two threads may both ask for the log file at first; they hear
-// the same.
+// State of the process, alive from load to unload. Two threads may both ask for the log file at first; they
+// hear the same.
 std::atomic<bool> g_hasLogFile{false};       // known once ALOG_g_isSilent or this is set
 std::atomic<uint32_t> sTraceChangeCount{0};  // the count for which the next answer holds
 std::atomic<bool> g_traceEnabled{false};

@@ -1,5 +1,5 @@
-// The usual directives are written here: whole numbers, texts and decimals without a width. The first other one,
-// with all that stands behind it, goes to vsnprintf, whose arguments then begin where ours have ended.
+// The usual directives are written here: whole numbers, texts and decimals without a width. The first other
+// one, with all that stands behind it, goes to vsnprintf, whose arguments then begin where ours have ended.
 //
 // Two thirds of the cost of a line with decimals was glibc's arithmetic of any precision; the shortest exact
 // conversion gives the same digits in a tenth of the time.

@@ -100,10 +100,10 @@ U_EXPORT Err SetupHardwareExceptionHandling(bool install);
 
 // --- Thread roles ----------------------------------------------------------------------------------------
 // A thread is known by its id. The host says which threads have which role, and the library asks: a dialog
-// appears on the UI thread only, rendering code checks that it runs where it should. Registration works before
-// a birth. Main, render and inter-frame render roles may have any number of threads. A thread that registers
-// twice stands there twice and leaves with its second deregistration. PSL and PR have one thread each: a later
-// registration replaces the former.
+// appears on the UI thread only, rendering code checks that it runs where it should. Registration works
+// before a birth. Main, render and inter-frame render roles may have any number of threads. A thread that
+// registers twice stands there twice and leaves with its second deregistration. PSL and PR have one thread
+// each: a later registration replaces the former.
 
 /// The calling thread's id: never 0, never one of the two highest numbers.
 U_EXPORT unsigned long U_GetCurrentThreadID(void);

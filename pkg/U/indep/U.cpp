@@ -58,8 +58,9 @@ constexpr SubBirth kSubBirths[] = {
 
 // --- Record ----------------------------------------------------------------------------------------------
 
-/// Makes the record and lets it stand for the library. A record of an earlier birth that never died is lost. What
-/// stands is always whole: a report that says why the birth failed finds its table and its mutex, or no record.
+/// Makes the record and lets it stand for the library. A record of an earlier birth that never died is
+/// lost. What stands is always whole: a report that says why the birth failed finds its table and its
+/// mutex, or no record.
 Err MakeRecord(const char* name)
 {
     Up_G_id = nullptr;

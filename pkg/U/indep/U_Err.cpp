@@ -1,5 +1,5 @@
-// The road of a report: from its front doors, through the decision what becomes of it, to log, callbacks, last error
-// and dialog.
+// The road of a report: from its front doors, through the decision what becomes of it, to log, callbacks,
+// last error and dialog.
 #include "U_Err.h"
 
 #include <cstdio>
@@ -47,7 +47,8 @@ Permissions AskErrorState(U_Severity severity)
     return {(flags & Up_ErrorState_NoLog) == 0, (flags & Up_ErrorState_NoDisplay) == 0};
 }
 
-// 1 while the thread is inside a report: what is reported meanwhile vanishes, so that no report ever leads to itself.
+// 1 while the thread is inside a report: what is reported meanwhile vanishes, so that no report ever leads
+// to itself.
 thread_local constinit int s_reporting_guard = 0;
 
 /// Sets the guard; gives its former value back at the end, or 0 when an exception ends the report.
@@ -108,8 +109,8 @@ void LogReport(const Report& report, uint32_t mask)
     if (report.severity != U_Sev_WARNING) LogStackCrawl();
 }
 
-/// Calls the logging callbacks in order, and throws the last one's answer when it is not 0. A callback may report
-/// (into nothing) and change the table while it runs.
+/// Calls the logging callbacks in order, and throws the last one's answer when it is not 0. A callback may
+/// report (into nothing) and change the table while it runs.
 void CallLoggingCallbacks(const Report& report)
 {
     U_GlobalsRecord* record = Up_Globals();

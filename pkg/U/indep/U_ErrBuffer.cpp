@@ -21,8 +21,8 @@ struct ThreadRecords {
 
 thread_local constinit ThreadRecords t_records{nullptr, nullptr, false};
 
-// Shared by all threads that could not have a buffer of their own; its last byte stays 0, so it is a terminated text
-// whatever two such threads write into it.
+// Shared by all threads that could not have a buffer of their own; its last byte stays 0, so it is a
+// terminated text whatever two such threads write into it.
 char s_fallback_logging_buffer[Up_kLoggingBufferSize];
 
 struct ThreadEnd {

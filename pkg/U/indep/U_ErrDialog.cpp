@@ -16,9 +16,9 @@ using namespace zvkcore::string::literals;
 using zvkui::ui::UI_NodeManager;
 using zvkui::ui::UI_NodePtr;
 
-// What a message box stands over; from `U_SetSketchbotValuesForUErrors` to the next call or the death. The UI thread
-// only. The window is counted by hand: a static of a counting type would release it at exit, when its code may be
-// gone.
+// What a message box stands over; from `U_SetSketchbotValuesForUErrors` to the next call or the death. The
+// UI thread only. The window is counted by hand: a static of a counting type would release it at exit, when
+// its code may be gone.
 zvkui::sketchbot::SupplierInterface* g_supplier = nullptr;
 zvkui::ui::UI_Node* g_window = nullptr;
 
@@ -63,8 +63,8 @@ bool IsUserInterfaceBusy()
     return manager && manager->GetUninterruptibleCount() >= 1;
 }
 
-// What stands between quotation marks stays on this machine. Of a grouped message only the words for a single error
-// and, apart from them, the message itself are sent.
+// What stands between quotation marks stays on this machine. Of a grouped message only the words for a
+// single error and, apart from them, the message itself are sent.
 void SendTelemetry(U_Severity severity, const U_UTF16String& message)
 {
     const char* word = Look(severity).telemetryWord;

@@ -1,4 +1,5 @@
-// What a host wants to run before the process ends: one handler for all threads, and one a thread, which wins.
+// What a host wants to run before the process ends: one handler for all threads, and one a thread, which
+// wins.
 #include <array>
 #include <cstdlib>
 #include <utility>
@@ -31,12 +32,14 @@ constexpr auto kInvokingCrashHandler = [] {
 }();
 constexpr unsigned short kNoStage[] = {0};
 
-// Process-wide, from load to unload. The mutex guards the global handler; the local one belongs to its thread.
+// Process-wide, from load to unload. The mutex guards the global handler; the local one belongs to its
+// thread.
 zvkcore::threads::RecursiveMutex g_handlerMutex{"U.UnhandledExceptionHandler"};
 HardwareExceptionHandler g_global;
 thread_local constinit HardwareExceptionHandler t_local;
 
-// How far a crash has come, for telemetry; set before the first fault can be caught, read in the signal handler.
+// How far a crash has come, for telemetry; set before the first fault can be caught, read in the signal
+// handler.
 const unsigned short* g_crashStage = kNoStage;
 
 // The terminate handler that stood before ours; from birth to death.

@@ -14,8 +14,8 @@ struct Mask {
 
 constexpr int32_t kBaseReceipt = -1;  // 0xffffffff: that of the mask that stands under all temporary ones
 
-// Process-wide, from load to unload. Nothing is allocated or freed under the mutex: memory that runs out is reported
-// through the new handler, and a report asks for the mask.
+// Process-wide, from load to unload. Nothing is allocated or freed under the mutex: memory that runs out is
+// reported through the new handler, and a report asks for the mask.
 std::mutex g_mutex;
 std::list<Mask> g_masks;
 int32_t g_nextReceipt = 1;

@@ -1,6 +1,8 @@
 #include "Up_StackCrawl.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "zvkcore/debug/StackTrace.h"
 
@@ -19,14 +21,16 @@ constexpr size_t kNameSize = 512;
 
 void Up_FramesText(void* const* frames, size_t count, char* text, size_t size)
 {
-    size_t used = 0;
-    text[0] = 0;
-    for (size_t at = 0; at < count && used + 1 < size; ++at) {
-        char name[kNameSize];
-        if (!zvkcore::debug::StackFrameFunctionName(frames[at], name, sizeof name)) {
-            std::snprintf(name, sizeof name, "??? <%p>", frames[at]);
+    char* at = text;
+    char* const end = text + size - 1;
+    // Names are written where they stay; a frame is begun only with room for one byte and its newline.
+    for (size_t frame = 0; frame < count && end - at >= 2; ++frame) {
+        const size_t room = std::min(static_cast<size_t>(end - at), kNameSize);
+        if (!zvkcore::debug::StackFrameFunctionName(frames[frame], at, room)) {
+            std::snprintf(at, room, "??? <%p>", frames[frame]);
         }
-        const int written = std::snprintf(text + used, size - used, "%s\n", name);
-        used += written > 0 ? static_cast<size_t>(written) : 0;
+        at += std::strlen(at);
+        *at++ = '\n';
     }
+    *at = 0;
 }

@@ -15,14 +15,14 @@ namespace {
 using Translator = std::function<bool(std::exception*, int*)>;
 using TranslatorLock = zvkcore::threads::RecursiveMutex::ScopedLock;
 
-// The mutex and the key are there from load to unload, the table from birth to death. The mutex guards both, and is
-// held while translators run.
+// The mutex and the key are there from load to unload, the table from birth to death. The mutex guards
+// both, and is held while translators run.
 zvkcore::threads::RecursiveMutex g_mutex{"U.ExceptionTranslators"};
 std::unique_ptr<std::map<unsigned, Translator>> g_translators;
 unsigned S_translator_nextkey = 100;
 
-/// Reports the outcome of a translation, but not from inside such a report: a logging callback that throws at every
-/// call would otherwise be translated and reported without end.
+/// Reports the outcome of a translation, but not from inside such a report: a logging callback that throws
+/// at every call would otherwise be translated and reported without end.
 void ReportTranslation(U_Severity severity, const char* text)
 {
     thread_local bool t_isReporting = false;
@@ -54,7 +54,8 @@ std::optional<std::pair<unsigned, Translator>> TranslatorBefore(unsigned key)
     return *--found;
 }
 
-// Translating must not fail in turn: when the table cannot be had, or copied from, nobody knows the exception.
+// Translating must not fail in turn: when the table cannot be had, or copied from, nobody knows the
+// exception.
 bool AskTranslators(std::exception& exception, int& code) noexcept
 try {
     const TranslatorLock lock(g_mutex, nullptr, Up_kLockTimeoutMilliseconds);

@@ -34,8 +34,8 @@ char* Up_GetThreadLoggingBuffer();
 /// The same; with `do_not_create` null when the thread has no buffer yet.
 char* Up_GetThreadLoggingBufferEx(bool do_not_create);
 
-/// Put a text into the buffer, cut to it on a character boundary: one in the application's encoding (a null text
-/// counts as empty, and the buffer's own text may be given), and a 16-bit one.
+/// Put a text into the buffer, cut to it on a character boundary: one in the application's encoding (a null
+/// text counts as empty, and the buffer's own text may be given), and a 16-bit one.
 void Up_CopyToThreadLoggingBuffer(const char* text);
 void Up_CopyToThreadLoggingBuffer(const U_UTF16String& text);
 

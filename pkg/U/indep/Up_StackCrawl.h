@@ -4,9 +4,10 @@
 
 #include <cstddef>
 
-/// Writes at most 50 frames, innermost first, each with a newline behind it: the function's name (at most 511 bytes),
-/// or "??? <address>". The first frame is the caller's caller. Text that `size` has no room for is left off, and the
-/// frames behind it are not named at all. The text is always terminated; nothing is allocated here.
+/// Writes at most 50 frames, innermost first, each with a newline behind it: the function's name (at most
+/// 511 bytes), or "??? <address>". The first frame is the caller. Text that `size` has no room for is left
+/// off, and the frames behind it are not named at all. The text is always terminated; nothing is allocated
+/// here.
 void Up_StackCrawl(char* text, size_t size);
 
 /// Writes these frames in the same form.

@@ -21,7 +21,8 @@ namespace {
 using qltest::Text;
 using qltest::Text16;
 
-// The log asks once a process whether its file exists, so the file is there before the first test of the program.
+// The log asks once a process whether its file exists, so the file is there before the first test of the
+// program.
 class LogFile : public testing::Environment {
     void SetUp() override
     {
@@ -64,7 +65,7 @@ class ReportRoad : public qltest::Library {
     zvkcore::debug::SimpleAssertHandler m_formerAssert;
 };
 
-// --- What becomes of a report ----------------------------------------------------------------------------------
+// --- What becomes of a report ----------------------------------------------------------------------------
 
 struct SeverityRow {
     U_Severity severity;
@@ -205,7 +206,7 @@ TEST_F(ReportRoad, OnlyPlainReportsOfTheUIThreadAreShownAtOnce)
     EXPECT_NE(Dialogs()[3].text.find("at once"), std::string::npos);
 }
 
-// --- Callbacks ---------------------------------------------------------------------------------------------------
+// --- Callbacks -------------------------------------------------------------------------------------------
 
 int Answer(void* answer, unsigned, U_Severity, const char*)
 {
@@ -260,7 +261,7 @@ TEST_F(ReportRoad, AnExceptionOutOfADialogPassesOnAndTheNextReportWorks)
     EXPECT_EQ(Dialogs().size(), 3u);
 }
 
-// --- The buffer and the last error -------------------------------------------------------------------------------
+// --- The buffer and the last error -----------------------------------------------------------------------
 
 TEST_F(ReportRoad, TextsLongerThanTheBufferAreCutThereAndShownWhole)
 {
@@ -369,7 +370,7 @@ TEST_F(ReportRoad, EveryReportThatReachesTheUserLeavesATrail)
     EXPECT_FALSE(trail[0].callstack.empty());
 }
 
-// --- Pressure ----------------------------------------------------------------------------------------------------
+// --- Pressure --------------------------------------------------------------------------------------------
 
 TEST_F(ReportRoad, AReportSurvivesEveryFailedAllocation)
 {
@@ -424,7 +425,8 @@ TEST_F(ReportRoad, EightThreadsReportAndRegisterAtOnce)
                 unsigned location = 0;
                 wrong +=
                     U_GetLastError(&severity, &location, nullptr) != text || location >> 16 != unsigned(at);
-                // Refcons of its own, so that pairs of different threads do not meet; a full table is refused.
+                // Refcons of its own, so that pairs of different threads do not meet; a full table is
+                // refused.
                 U_StartQuietErrorsOnCurrentThread(0);
                 if (U_AddLoggingCallback(CountAll, &wrong + 1 + at) == 0)
                     U_RemoveLoggingCallback(CountAll, &wrong + 1 + at);

@@ -138,7 +138,7 @@ TEST(UnhandledExceptionHandler, LocalOneCountsAndScopesRestore)
     U_SetGlobalUnhandledExceptionOrHardwareErrorHandler(nullptr, nullptr);
 }
 
-// --- Translators ---------------------------------------------------------------------------------------------
+// --- Translators -----------------------------------------------------------------------------------------
 
 using Translators = qltest::Library;
 

@@ -132,7 +132,8 @@ TEST(ThreadRoles, RegistrationsOnTheStackEndWithTheStack)
     EXPECT_FALSE(U_IsOnRenderThread() || U_IsOnInterFrameRenderThread());
 }
 
-// The new handler asks for the caller's role: running out of memory while registering must not wait for itself.
+// The new handler asks for the caller's role: running out of memory while registering must not wait for
+// itself.
 using ThreadRolesOfTheBorn = qltest::Library;
 TEST_F(ThreadRolesOfTheBorn, RegisteringSurvivesFailedAllocations)
 {
