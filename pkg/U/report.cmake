@@ -10,3 +10,12 @@ ql_tests(U_report_tests
   SOURCES tests/U_test.cpp tests/U_Err_test.cpp tests/U_ErrDialog_test.cpp tests/U_Handlers_test.cpp
           tests/U_ThreadRoles_test.cpp
   LIBS ql_test_support)
+
+# The example of the guide, as a user would build it.
+if(QL_BUILD_TESTS)
+  add_executable(U_reporting_host tests/ReportingHost.cpp)
+  target_link_libraries(U_reporting_host PRIVATE ql_private_flags qlfoundation)
+  add_test(NAME U_reporting_host COMMAND U_reporting_host)
+  set_tests_properties(U_reporting_host PROPERTIES PASS_REGULAR_EXPRESSION
+                       "00120003 4 Sample warning: the footage is missing")
+endif()
