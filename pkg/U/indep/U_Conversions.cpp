@@ -66,11 +66,11 @@ U_UTF16String Up_EncodedStringToUTF16String(const char* text, unsigned int encod
     U_UTF16String out;
     if (!text || !*text) return out;
     const std::string_view bytes{text};
-    bool done = Up_TryDecode(bytes, encoding, out);
+    if (Up_TryDecode(bytes, encoding, out)) return out;
     for (const StandIn& standIn : kStandIns) {
-        if (!done && standIn.encoding == encoding) done = Up_TryDecode(bytes, standIn.instead, out);
+        if (standIn.encoding == encoding && Up_TryDecode(bytes, standIn.instead, out)) return out;
     }
-    if (!done && !quiet) Up_ReportAndThrowUnicodeConversionError(0);
+    if (!quiet) Up_ReportAndThrowUnicodeConversionError(0);
     return out;
 }
 

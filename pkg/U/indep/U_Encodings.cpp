@@ -19,24 +19,25 @@ using zvkcore::string::ReadAs;
 
 struct Encoding {
     unsigned int number;
-    const char* converter;  // null: UTF-8, which needs none
-    size_t bytesAUnit;      // room for output, for each 16-bit unit
+    const char* converter;
+    size_t bytesAUnit;  // room for output, for each 16-bit unit
+    bool turned;        // see TurnControls
 };
-// A single-byte encoding gets two bytes a unit as well: callers rely on the room, not on the need.
+// UTF-8 needs no converter and has no row. A single-byte encoding gets two bytes a unit as well: callers rely on
+// the room, not on the need.
 constexpr Encoding kEncodings[] = {
-    {U_ENCODING_MAC_ROMAN, "macintosh", 2},
-    {U_ENCODING_MAC_JAPANESE, "windows-932", 2},
-    {U_ENCODING_MAC_CHINESE_TRADITIONAL, "windows-950", 2},
-    {U_ENCODING_MAC_KOREAN, "windows-949", 2},
-    {U_ENCODING_MAC_CYRILLIC, "x-mac-cyrillic", 2},
-    {U_ENCODING_MAC_CHINESE_SIMPLIFIED, "windows-936", 2},
-    {U_ENCODING_WINDOWS_JAPANESE, "windows-932", 2},
-    {U_ENCODING_WINDOWS_CHINESE_SIMPLIFIED, "windows-936", 2},
-    {U_ENCODING_WINDOWS_KOREAN, "windows-949", 2},
-    {U_ENCODING_WINDOWS_LATIN1, "windows-1252", 2},
-    {U_ENCODING_WINDOWS_CYRILLIC, "windows-1251", 2},
-    {U_ENCODING_GB18030, "gb18030", 4},
-    {U_ENCODING_UTF8, nullptr, 3},
+    {U_ENCODING_MAC_ROMAN, "macintosh", 2, false},
+    {U_ENCODING_MAC_JAPANESE, "windows-932", 2, true},
+    {U_ENCODING_MAC_CHINESE_TRADITIONAL, "windows-950", 2, false},
+    {U_ENCODING_MAC_KOREAN, "windows-949", 2, false},
+    {U_ENCODING_MAC_CYRILLIC, "x-mac-cyrillic", 2, false},
+    {U_ENCODING_MAC_CHINESE_SIMPLIFIED, "windows-936", 2, false},
+    {U_ENCODING_WINDOWS_JAPANESE, "windows-932", 2, true},
+    {U_ENCODING_WINDOWS_CHINESE_SIMPLIFIED, "windows-936", 2, false},
+    {U_ENCODING_WINDOWS_KOREAN, "windows-949", 2, false},
+    {U_ENCODING_WINDOWS_LATIN1, "windows-1252", 2, false},
+    {U_ENCODING_WINDOWS_CYRILLIC, "windows-1251", 2, false},
+    {U_ENCODING_GB18030, "gb18030", 4, false},
 };
 constexpr bool Smaller(const Encoding& a, const Encoding& b)
 {
@@ -46,8 +47,8 @@ static_assert(std::is_sorted(std::begin(kEncodings), std::end(kEncodings), Small
 
 const Encoding* FindEncoding(unsigned int number)
 {
-    const auto* row =
-        std::lower_bound(std::begin(kEncodings), std::end(kEncodings), Encoding{number, "", 0}, Smaller);
+    const auto* row = std::lower_bound(std::begin(kEncodings), std::end(kEncodings),
+                                       Encoding{number, "", 0, false}, Smaller);
     return row != std::end(kEncodings) && row->number == number ? row : nullptr;
 }
 
@@ -71,7 +72,7 @@ void U_CALLCONV WriteQuestionMark(const void*, UConverterFromUnicodeArgs* argume
     ucnv_cbFromUWriteBytes(arguments, "?", 1, 0, error);
 }
 
-// The calling thread's converter of a table row, reset; null if ICU has none.
+// The calling thread's converter of a table row, as it was opened but for its callbacks; null if ICU has none.
 UConverter* ConverterOf(const Encoding& encoding)
 {
     thread_local std::array<Converter, std::size(kEncodings)> t_converters;
@@ -87,9 +88,7 @@ UConverter* ConverterOf(const Encoding& encoding)
 
 // The converter of code page 932 turns three control characters round: 1A, 1C and 7F stand for one another.
 // Everywhere else control characters are themselves, and here they are made so.
-constexpr const char* kTurnedConverter = "windows-932";
 constexpr unsigned short kTurned[] = {0x1A, 0x1C, 0x7F};
-constexpr const char* kTurnedBytes = "\x1A\x1C\x7F";
 
 void TurnControls(unsigned short* text, size_t size, bool forEncoding)
 {
@@ -101,30 +100,53 @@ void TurnControls(unsigned short* text, size_t size, bool forEncoding)
     }
 }
 
-bool IsTurned(const Encoding& encoding)
+bool HasTurnedControl(std::string_view text)
 {
-    return encoding.converter && std::strcmp(encoding.converter, kTurnedConverter) == 0;
+    return std::any_of(std::begin(kTurned), std::end(kTurned),
+                       [=](unsigned short unit) { return text.find(static_cast<char>(unit)) != text.npos; });
+}
+
+// Converts into the caller's units; no byte of these encodings becomes more than one. ASCII in front, which is most
+// of most texts, is itself in each of them. Gives the count of units, -1 for bytes that are not valid.
+ptrdiff_t Decode(std::string_view text, const Encoding& encoding, UConverter* converter,
+                 unsigned short* units)
+{
+    size_t ascii = 0;
+    for (; ascii < text.size() && static_cast<unsigned char>(text[ascii]) < 0x80; ++ascii) {
+        units[ascii] = static_cast<unsigned char>(text[ascii]);
+    }
+    const std::string_view rest = text.substr(ascii);
+    if (rest.empty()) return static_cast<ptrdiff_t>(ascii);
+
+    UErrorCode error = U_ZERO_ERROR;
+    UChar* const start = ReadAs<UChar>(units + ascii);
+    UChar* target = start;
+    const char* source = rest.data();
+    ucnv_toUnicode(converter, &target, start + rest.size(), &source, source + rest.size(), nullptr, true,
+                   &error);
+    if (U_FAILURE(error)) {
+        ucnv_resetToUnicode(converter);  // a conversion that comes to its end does so itself
+        return -1;
+    }
+    const auto count = static_cast<size_t>(target - start);
+    if (encoding.turned && HasTurnedControl(rest)) TurnControls(units + ascii, count, false);
+    return static_cast<ptrdiff_t>(ascii + count);
 }
 
 bool Decode(std::string_view text, const Encoding& encoding, U_UTF16String& out)
 {
     UConverter* const converter = ConverterOf(encoding);
     if (!converter) return false;
-    // No byte of these encodings becomes more than one unit.
-    out.resize(text.size());
-    UErrorCode error = U_ZERO_ERROR;
-    UChar* const start = ReadAs<UChar>(out.data());
-    UChar* target = start;
-    const char* source = text.data();
-    ucnv_resetToUnicode(converter);
-    ucnv_toUnicode(converter, &target, start + out.size(), &source, source + text.size(), nullptr, true,
-                   &error);
-    if (U_FAILURE(error)) return false;
-    out.resize(static_cast<size_t>(target - start));
-    if (IsTurned(encoding) && text.find_first_of(kTurnedBytes) != text.npos) {
-        TurnControls(out.data(), out.size(), false);
+    unsigned short local[512];  // so that a text of common length is allocated once, at its exact size
+    if (text.size() <= std::size(local)) {
+        const ptrdiff_t count = Decode(text, encoding, converter, local);
+        if (count >= 0) out.assign(local, static_cast<size_t>(count));
+        return count >= 0;
     }
-    return true;
+    out.resize(text.size());
+    const ptrdiff_t count = Decode(text, encoding, converter, out.data());
+    if (count >= 0) out.resize(static_cast<size_t>(count));
+    return count >= 0;
 }
 
 bool Encode(const U_UTF16String& text, const Encoding& encoding, bool strict, std::string& out)
@@ -132,11 +154,11 @@ bool Encode(const U_UTF16String& text, const Encoding& encoding, bool strict, st
     UConverter* const converter = ConverterOf(encoding);
     if (!converter) return false;
     U_UTF16String turned;
-    if (IsTurned(encoding)) {
+    if (encoding.turned) {
         turned = text;
         TurnControls(turned.data(), turned.size(), true);
     }
-    const U_UTF16String& units = IsTurned(encoding) ? turned : text;
+    const U_UTF16String& units = encoding.turned ? turned : text;
 
     out.resize(text.size() * encoding.bytesAUnit);
     UErrorCode error = U_ZERO_ERROR;
@@ -187,19 +209,21 @@ bool EncodeUTF8(const U_UTF16String& text, bool strict, std::string& out)
 
 bool Up_TryDecode(std::string_view text, unsigned int number, U_UTF16String& out)
 {
+    if (number == U_ENCODING_UTF8) return zvkcore::string::TryUTF8to16(zvkcore::string::Units(text), out);
     const Encoding* const encoding = FindEncoding(number);
-    const bool done =
-        encoding && (encoding->converter ? Decode(text, *encoding, out)
-                                         : zvkcore::string::TryUTF8to16(zvkcore::string::Units(text), out));
+    const bool done = encoding && Decode(text, *encoding, out);
     if (!done) out.clear();
     return done;
 }
 
 bool Up_TryEncode(const U_UTF16String& text, unsigned int number, bool strict, std::string& out)
 {
-    const Encoding* const encoding = FindEncoding(number);
-    const bool done = encoding && (encoding->converter ? Encode(text, *encoding, strict, out)
-                                                       : EncodeUTF8(text, strict, out));
+    bool done = false;
+    if (number == U_ENCODING_UTF8) {
+        done = EncodeUTF8(text, strict, out);
+    } else if (const Encoding* const encoding = FindEncoding(number)) {
+        done = Encode(text, *encoding, strict, out);
+    }
     if (!done) out.clear();
     return done;
 }

@@ -40,6 +40,43 @@ class Tag {
     size_t m_size = 1;
 };
 
+// The placeholders of a template, from one look at its carets. Most forms of most numbers are in none, and need
+// not be searched for.
+class TagsOf {
+  public:
+    explicit TagsOf(const U_UTF16String& format)
+    {
+        for (size_t at = format.find('^'); at != format.npos; at = format.find('^', at + 1)) {
+            for (const KindRow& row : kKinds) {
+                const size_t digit = at + (row.letter ? 2 : 1);
+                if (digit >= format.size() || (row.letter && format[at + 1] != row.letter)) continue;
+                const unsigned number = format[digit] - unsigned{'0'};
+                if (number <= 9) m_numbers[static_cast<size_t>(row.kind)] |= 1u << number;
+            }
+        }
+    }
+    bool Has(Kind kind, int number) const { return m_numbers[static_cast<size_t>(kind)] >> number & 1; }
+
+  private:
+    unsigned m_numbers[std::size(kKinds)] = {};  // a bit for each
+};
+
+// The first place of `tag`, whose first unit is a caret, in `text`. Carets are rare, and looked for as bytes, which
+// is what the C library does fastest; half of another unit may look like one.
+size_t FindTag(UTF16View tag, UTF16View text)
+{
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const size_t end = text.size() * sizeof tag[0];
+    for (size_t at = 0; at < end;) {
+        const auto* const found = static_cast<const unsigned char*>(std::memchr(bytes + at, '^', end - at));
+        if (!found) break;
+        const size_t unit = static_cast<size_t>(found - bytes) / sizeof tag[0];
+        if (text.substr(unit, tag.size()) == tag) return unit;
+        at = (unit + 1) * sizeof tag[0];
+    }
+    return text.npos;
+}
+
 // Which placeholder of a number is to be filled, and where it stands in the present text.
 struct Place {
     Kind kind;
@@ -47,9 +84,11 @@ struct Place {
     size_t size;
 };
 
-bool FindPlace(int number, const U_UTF16String& format, const U_UTF16String& current, Place& place)
+bool FindPlace(int number, const TagsOf& tags, const U_UTF16String& format, const U_UTF16String& current,
+               Place& place)
 {
     for (const KindRow& row : kKinds) {
+        if (!tags.Has(row.kind, number)) continue;
         const Tag tag{row.letter, number};
         if (Up_InBothStrings(tag.View(), format, current, &place.position)) {
             place.kind = row.kind;
@@ -148,16 +187,17 @@ constexpr size_t kWorkSize = 1024;  // of the multibyte form's text, terminator 
 bool Up_InBothStrings(UTF16View tag, const U_UTF16String& format, const U_UTF16String& current,
                       size_t* position)
 {
-    *position = format.find(tag) == format.npos ? current.npos : current.find(tag);
+    *position = FindTag(tag, format) == format.npos ? current.npos : FindTag(tag, current);
     return *position != current.npos;
 }
 
 Err Up_SubString(U_UTF16String& out, const U_UTF16String& format, Up_SubStringArguments& arguments,
                  bool multibyteStrings)
 {
+    const TagsOf tags{format};
     U_UTF16String current = format;
     Place place;
-    for (int number = 1; number <= 9 && !arguments.AtEnd() && FindPlace(number, format, current, place);
+    for (int number = 1; number <= 9 && !arguments.AtEnd() && FindPlace(number, tags, format, current, place);
          ++number) {
         U_UTF16String text;
         switch (place.kind) {
