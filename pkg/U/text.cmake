@@ -6,7 +6,8 @@ ql_package(U HEADERS headers INSTALL U_String.h U_SubString.h PRIVATE indep SOUR
 include(${CMAKE_CURRENT_LIST_DIR}/locales.cmake)
 
 ql_tests(U_text_tests SOURCES
-  tests/U_CharByte_test.cpp tests/U_Conversions_test.cpp tests/U_NumberText_test.cpp tests/U_String_test.cpp
+  tests/TextGuide_test.cpp tests/U_CharByte_test.cpp tests/U_Conversions_test.cpp tests/U_NumberText_test.cpp
+  tests/U_String_test.cpp
   tests/U_SubString_test.cpp tests/U_TextThreads_test.cpp
   LIBS ql_test_support)
 if(TARGET U_text_tests)
