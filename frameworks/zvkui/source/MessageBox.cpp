@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <utility>
@@ -54,13 +55,24 @@ void WaitForReturn(void*)
 constexpr Terminal kStandardTerminal{WriteToStandardError, IsInteractive, WaitForReturn, nullptr};
 constinit Terminal g_terminal = kStandardTerminal;
 
+/// The text as lines of a terminal: the library's line end is a return, and blank lines around a text say nothing
+/// there.
+UTF8String TerminalLines(const UTF16String& text)
+{
+    UTF8String lines = zvkcore::string::UTF16to8(text);
+    std::replace(lines.begin(), lines.end(), static_cast<unsigned char>('\r'), static_cast<unsigned char>('\n'));
+    const auto isBlank = [](unsigned char unit) { return unit == '\n' || unit == ' '; };
+    while (!lines.empty() && isBlank(lines.back())) lines.pop_back();
+    lines.erase(lines.begin(), std::find_if_not(lines.begin(), lines.end(), [](unsigned char u) { return u == '\n'; }));
+    return lines;
+}
+
 void ShowOnTerminal(const UTF16String& title, const UTF16String& text, const UTF16String& button)
 {
     const Terminal terminal = g_terminal;
     const bool waits = terminal.isInteractive(terminal.self);
     UTF8String out = "\n["_utf8 + zvkcore::string::UTF16to8(title) + "]\n"_utf8;
-    out += zvkcore::string::UTF16to8(text);
-    while (!out.empty() && (out.back() == '\n' || out.back() == ' ')) out.pop_back();
+    out += TerminalLines(text);
     out.push_back('\n');
     if (waits) out += "<Return: "_utf8 + zvkcore::string::UTF16to8(button) + "> "_utf8;
     const std::string_view bytes = zvkcore::string::View(out);

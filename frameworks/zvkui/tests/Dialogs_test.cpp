@@ -50,13 +50,13 @@ struct Recorder : Presenter {
 
 TEST_F(Dialogs, WaitForReturnOnATerminalOnly)
 {
-    const Alert alert{u"Host"_u16, u"\n\nno memory\n\n"_u16, u"OK"_u16, {}, AlertLevel::kCaution};
+    const Alert alert{u"Host"_u16, u"\n\nno\rmemory\n\n"_u16, u"OK"_u16, {}, AlertLevel::kCaution};
     ShowAlert(alert);
-    EXPECT_EQ(m_terminal.output, "\n[Host]\n\n\nno memory\n");
+    EXPECT_EQ(m_terminal.output, "\n[Host]\nno\nmemory\n");
     EXPECT_EQ(m_terminal.waits, 0);
     m_terminal = {true, 0, {}};
     ShowAlert(alert);
-    EXPECT_EQ(m_terminal.output, "\n[Host]\n\n\nno memory\n<Return: OK> ");
+    EXPECT_EQ(m_terminal.output, "\n[Host]\nno\nmemory\n<Return: OK> ");
     EXPECT_EQ(Messagebox(nullptr, u"Host"_u16, u"caf\u00E9"_u16, 1, UI_MessageBox::Button::kOK,
                          UI_MessageBox::Icon::kError, {}, {}, 600, 0),
               1);

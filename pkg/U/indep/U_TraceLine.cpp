@@ -10,9 +10,15 @@
 // The channel whose lines go out bare, with level and channel beside them instead of in front of the text.
 static constexpr std::string_view kBareChannel = "U_Memory";
 
-void U_TraceLine::Refresh()
+void U_TraceLine::Refresh() noexcept
 {
-    m_enabled.store(zvkcore::debug::TraceEnabled(m_channel, m_level, true), std::memory_order_release);
+    bool enabled = false;
+    try {
+        enabled = zvkcore::debug::TraceEnabled(m_channel, m_level, true);
+    } catch (const std::exception&) {
+        m_changeCount.store(0);  // no answer, for lack of memory say: this line is lost, the next one asks again
+    }
+    m_enabled.store(enabled, std::memory_order_release);
 }
 
 void U_TraceLine::Write(const U_UTF8String& text) const

@@ -43,7 +43,7 @@ class U_TraceLine {
     }
 
   private:
-    void Refresh();
+    void Refresh() noexcept;
     void Write(const U_UTF8String& text) const;
 
     const char* m_channel;

@@ -33,9 +33,10 @@ TEST_F(Faults, LeaveTheSubsystemUnborn)
         const Err error = Up_InitializeMemorySubsystem();
         if (failing.Failed() == 0) {
             EXPECT_EQ(error, 0);
-            EXPECT_EQ(nth, 3u) << "the entry of the list, and the heap";
+            EXPECT_GE(nth, 3u) << "the entry of the list, the heap, and what a process makes at its first birth";
             break;
         }
+        if (error == 0) break;  // what failed was a trace line, which is lost and takes nothing along
         EXPECT_EQ(error, 4);
         EXPECT_EQ(U_GetMemUsage(), atStart);
         EXPECT_EQ(qltest::LiveAllocations(), alive);
