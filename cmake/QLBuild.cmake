@@ -60,6 +60,8 @@ function(ql_add_foundation_targets)
     PUBLIC Threads::Threads Boost::headers Boost::thread
     PRIVATE ql_private_flags Boost::json ICU::uc ICU::i18n ICU::data fmt::fmt
             spdlog::spdlog PkgConfig::XXHASH ${CMAKE_DL_LIBS})
+  target_link_options(qlfoundation PRIVATE "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
+  set_property(TARGET qlfoundation APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
   target_compile_features(qlfoundation PUBLIC cxx_std_20)
   target_include_directories(qlfoundation INTERFACE
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qlfoundation>)
@@ -116,5 +118,5 @@ function(ql_tests name)
     target_link_libraries(${name} PRIVATE ql_unit)
   endif()
   target_link_libraries(${name} PRIVATE GTest::gtest GTest::gtest_main ${P_LIBS})
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT 300)
 endfunction()
