@@ -1,0 +1,86 @@
+// The sample host: births the library, plays a clip under a memory limit, shows what went wrong and what was
+// done, and ends the library. Each step is in its own file; this one is the order of them.
+#include <U.h>
+#include <U_ErrState.h>
+#include <U_Memory.h>
+
+#include <cstdio>
+#include <optional>
+#include <system_error>
+
+#include "Generator.h"
+#include "Host.h"
+#include "Labels.h"
+#include "LockWatch.h"
+#include "Options.h"
+#include "Pictures.h"
+#include "RenderRun.h"
+#include "Summary.h"
+
+namespace qlhost {
+namespace {
+
+int Fail(ExitCode code, const std::string& why)
+{
+    std::fprintf(stderr, "qlhost: %s\n", why.c_str());
+    return code;
+}
+
+int Generate(const GenerateOptions& options)
+{
+    std::string why;
+    if (!GenerateClip(options, why)) return Fail(kExitUnusableFolder, why);
+    std::printf("%d frames of %dx%d in %s\n", options.frames, options.width, options.height,
+                options.folder.c_str());
+    return kExitDone;
+}
+
+int Render(const RenderOptions& options)
+{
+    std::string why;
+    const Clip clip = ListClip(options.clip, why);
+    if (clip.frames.empty()) return Fail(kExitUnusableFolder, why);
+    std::error_code error;
+    std::filesystem::create_directories(options.out, error);
+    if (error) return Fail(kExitUnusableFolder, options.out.string() + ": " + error.message());
+
+    LibraryLife life{options, why};
+    if (!life.Born()) return Fail(kExitLibraryFailed, why);
+
+    FrameTable table{options.out / "frames.csv"};
+    if (!table.IsOpen()) return Fail(kExitUnusableFolder, "cannot write to " + options.out.string());
+    std::optional<LockWatch> watch;
+    if (options.watchLocks) watch.emplace();
+
+    unsigned long long first = 0, second = 0;
+    U_GetMemUsageLimits(&first, &second);
+    const Rate& rate = *FindRate(options.rate);
+    MemoryHistory memory{first};
+    Timeline timeline{static_cast<std::size_t>(options.threads > 0 ? options.threads : U_GetMaxNumThreads())};
+    const RunResult run = PlayClip(clip, options, rate, table, memory, timeline);
+
+    U_DisplayPostedErrors();
+    PrintSummary(run, memory, timeline, rate);
+    if (watch)
+        std::printf("Locks     %d orders seen, %d both ways round\n", watch->Orders(), watch->Inversions());
+    for (const auto& [name, written] :
+         {std::pair{"memory.png", DrawMemory(memory, options.out / "memory.png")},
+          std::pair{"timeline.png", DrawTimeline(timeline, run.seconds, options.out / "timeline.png")},
+          std::pair{"contact.png", DrawContactSheet(run, rate, options.out / "contact.png")}}) {
+        if (!written) return Fail(kExitUnusableFolder, "cannot write " + (options.out / name).string());
+        std::printf("Wrote     %s\n", (options.out / name).c_str());
+    }
+    if (run.interrupted) return kExitInterrupted;
+    return run.cache.failed ? kExitSomeFramesFailed : kExitDone;
+}
+
+}  // namespace
+}  // namespace qlhost
+
+int main(int argc, char** argv)
+{
+    int exitCode = 0;
+    const auto options = qlhost::ParseOptions(argc, argv, exitCode);
+    if (!options) return exitCode;
+    return options->generate ? qlhost::Generate(*options->generate) : qlhost::Render(options->render);
+}
