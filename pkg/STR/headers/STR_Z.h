@@ -1,4 +1,4 @@
-/// Numbered messages for code that only wants to look up, and for plug-ins that receive the calls as callbacks.
+/// Numbered messages for code that only wants to look up, and for plug-ins that get the calls as callbacks.
 ///
 /// The `STR_Z` functions are those of U_LStr.h under other names; what is said there holds here. The names in
 /// CB are the entries to hand out as callbacks.
@@ -27,8 +27,8 @@ U_EXPORT Err STR_ZGetLengthLStrCacheCB(U_ZLStrCache_Opaque* cache, int* length);
 U_EXPORT const char* STR_ZLookupLStrCacheCB(U_ZLStrCache_Opaque* cache, int index, short english,
                                             int* status);
 
-// --- Dumping ---------------------------------------------------------------------------------------------------
-// Hooks for builds that collect every key they meet. This library collects none: each gives back its argument.
+// --- Dumping -----------------------------------------------------------------------------------------------
+// Hooks for builds that collect the keys they meet. This library collects none: each returns its argument.
 
 U_EXPORT void* STR_ZDumpSetKeyPrefixPkg(void* prefix);
 U_EXPORT void* STR_ZDumpSetKeyPrefixPlugin(void* prefix);

@@ -38,7 +38,7 @@ const char* Lookup(U_ZLStrCache_Opaque* cache, int index, bool english)
 
 }  // namespace
 
-// --- Forwards ------------------------------------------------------------------------------------------------
+// --- Forwards ----------------------------------------------------------------------------------------------
 
 Err STR_ZRegisterLStrCache(U_ZLStrCache_Opaque** ref)
 {
@@ -80,7 +80,7 @@ const char* STR_ZLookupLStrCacheCB(U_ZLStrCache_Opaque* cache, int index, short 
     return U_ZLookupLStrCache(cache, index, english, status);
 }
 
-// --- Dumping -------------------------------------------------------------------------------------------------
+// --- Dumping -----------------------------------------------------------------------------------------------
 
 void* STR_ZDumpSetKeyPrefixPkg(void* prefix)
 {
@@ -112,7 +112,7 @@ void* STR_ZDump(void* refcon)
     return refcon;
 }
 
-// --- Classes -------------------------------------------------------------------------------------------------
+// --- Classes -----------------------------------------------------------------------------------------------
 
 STR_IZCache::~STR_IZCache() = default;
 

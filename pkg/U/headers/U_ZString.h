@@ -2,7 +2,7 @@
 ///
 /// Every text that a person reads is one literal, a key and its English default:
 ///
-///     U_UTF16String text = U_ZStringToUTF16String("$$$/MyApp/Export/Done=Export #{ldquo}@0#{rdquo} is done.");
+///     U_UTF16String text = U_ZStringToUTF16String("$$$/MyApp/Done=Export of #{ldquo}@0#{rdquo} is done.");
 ///
 /// Three dollar signs, the key, an equals sign, the default in UTF-8. The dictionary that the host has set
 /// overrides the default; without one, or where it lacks the key, the default speaks. A literal without an
@@ -24,8 +24,8 @@
 /// {{*MSWindows*}}, of which the first is shown, a comment behind {{*COMMENT*}}, and {{*CopyYear*}}.
 ///
 /// Ground rules. Any thread may translate, while another sets the dictionary too; one lock guards both, with
-/// a limit of 60 seconds, after which `std::system_error` is thrown. Keys must be terminated; null gives empty
-/// text. Before birth and after death defaults still speak.
+/// a limit of 60 seconds, after which `std::system_error` is thrown. Keys must be terminated; null gives
+/// empty text. Before birth and after death defaults still speak.
 #ifndef U_ZSTRING_H
 #define U_ZSTRING_H
 
@@ -35,7 +35,7 @@
 extern "C" {
 #endif
 
-// --- Life ----------------------------------------------------------------------------------------------------
+// --- Life --------------------------------------------------------------------------------------------------
 // `U_Birth` and `U_Death` call these.
 
 /// Makes the locale of the process if there is none. Returns 0, or 4 when memory ran out.
@@ -47,7 +47,7 @@ U_EXPORT Err U_ZLocaleDeath(void);
 /// Whether the host has chosen a dictionary or English.
 U_EXPORT bool U_ZLocaleAlive(void);
 
-// --- The host's choice ---------------------------------------------------------------------------------------
+// --- The host's choice -------------------------------------------------------------------------------------
 
 /// Reads a dictionary, in the stored or in the text form, over what was read before: where keys meet the new
 /// text wins. The block is copied.
@@ -75,7 +75,7 @@ U_EXPORT bool U_DoubleByteSafeMode(void);
 
 #include <string>
 
-// --- Texts ---------------------------------------------------------------------------------------------------
+// --- Texts -------------------------------------------------------------------------------------------------
 
 /// The text of a literal in the current language.
 U_EXPORT U_UTF16String U_ZStringToUTF16String(const char* key);

@@ -86,7 +86,7 @@ U_UTF16String Up_GetHalf(const U_UTF16String& text, UTF16View marker, size_t fro
     return text.substr(0, text.find(marker, from));
 }
 
-// --- The locale ----------------------------------------------------------------------------------------------
+// --- The locale --------------------------------------------------------------------------------------------
 
 Up_ZStringLocale::Up_ZStringLocale()
     : m_current(std::make_shared<zlex::Dictionary>()),
@@ -138,7 +138,7 @@ U_UTF16String Up_ZStringLocale::ZConvertX(const char* key,
     return text;
 }
 
-// --- Life ----------------------------------------------------------------------------------------------------
+// --- Life --------------------------------------------------------------------------------------------------
 
 Err U_ZLocaleBirth(void)
 {
@@ -161,7 +161,7 @@ bool U_ZLocaleAlive(void)
     return locale && locale->IsAlive();
 }
 
-// --- The host's choice ---------------------------------------------------------------------------------------
+// --- The host's choice -------------------------------------------------------------------------------------
 
 Err U_ZStringSetCurrentDictionary(const unsigned short* data, unsigned long size)
 {
@@ -199,7 +199,7 @@ bool U_DoubleByteSafeMode(void)
     return g_doubleByteAnswer;
 }
 
-// --- Texts ---------------------------------------------------------------------------------------------------
+// --- Texts -------------------------------------------------------------------------------------------------
 
 U_UTF16String U_ZStringToUTF16String(const char* key)
 {

@@ -27,10 +27,10 @@ class cFarray {
     cFarray(cFarray&&) = default;
     cFarray& operator=(cFarray&&) = default;
 
-    /// Copies a block and checks it: every offset, length, bucket number and id is within what it points into.
-    /// Nothing of `owner` is changed, and it isn't kept.
+    /// Copies a block and checks it: every offset, length, bucket number and id is within what it points
+    /// into. Nothing of `owner` is changed, and it isn't kept.
     ///
-    /// returns  0; -1 for a block that is cut short or contradicts itself, after which the part is to be dropped
+    /// returns  0; -1 for a block that is cut short or contradicts itself: the part is then to be dropped
     int Read(const char* data, const char* end, bool third, char version, const FastArray* owner);
 
     /// Copies a text in; lengths are in bytes, at most kMostBytes. On an exception nothing has changed.

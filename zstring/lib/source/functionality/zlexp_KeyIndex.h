@@ -1,8 +1,8 @@
 // An index over all keys of a dictionary: open addressing, a fingerprint and an id a slot.
 //
-// It holds no keys. A slot whose fingerprint fits is a candidate, which the owner compares. The bucket is part
-// of the fingerprint, so that an id which a block lists under another bucket than its key's is never found, as
-// a walk of the key's bucket would not find it.
+// It holds no keys. A slot whose fingerprint fits is a candidate, which the owner compares. The bucket is
+// part of the fingerprint, so that an id which a block lists under another bucket than its key's is never
+// found, as a walk of the key's bucket would not find it.
 #ifndef ZLEXP_KEYINDEX_H
 #define ZLEXP_KEYINDEX_H
 
