@@ -62,6 +62,9 @@ function(ql_add_foundation_targets)
             spdlog::spdlog PkgConfig::XXHASH ${CMAKE_DL_LIBS})
   target_link_options(qlfoundation PRIVATE "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
   set_property(TARGET qlfoundation APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+  # The library's calls of its own functions go straight there: an allocation is too short for a detour by the
+  # procedure linkage table.
+  target_link_options(qlfoundation PRIVATE LINKER:-Bsymbolic-functions)
   target_compile_features(qlfoundation PUBLIC cxx_std_20)
   target_include_directories(qlfoundation INTERFACE
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/qlfoundation>)

@@ -29,6 +29,19 @@ MEMp_BlockHeader* MallocWithHeader(unsigned long size)
     return size > kLargest ? nullptr : static_cast<MEMp_BlockHeader*>(std::malloc(size + kHeader));
 }
 
+// Inline in what makes a pointer and what makes a handle's data: both are short enough for a call to show.
+[[gnu::always_inline]] inline void* NewBlock(_MEMp_BasicHeap* heap, unsigned long size)
+{
+    MEMp_BlockHeader* header = MallocWithHeader(size);
+    if (!header) return nullptr;
+    // Wanted: a fresh block keeps the low 32 bits of its size, a resized one all 64, while the count takes all of
+    // it. Blocks of 4 GiB and more are made by resizing, then; the front door refuses them anyway.
+    header->size = static_cast<std::uint32_t>(size);
+    header->heap = heap;
+    MEMp_G_heapBytes.Add(static_cast<std::int64_t>(size + kHeader));
+    return header + 1;
+}
+
 MEMp_BlockHeader* ReallocWithHeader(MEMp_BlockHeader* header, unsigned long size)
 {
     return size > kLargest ? nullptr : static_cast<MEMp_BlockHeader*>(std::realloc(header, size + kHeader));
@@ -50,14 +63,7 @@ MEMp_StandardHeap::~MEMp_StandardHeap()
 
 void* MEMp_StandardHeap::NewPtr(unsigned long size, const char*, const char*, int)
 {
-    MEMp_BlockHeader* header = MallocWithHeader(size);
-    if (!header) return nullptr;
-    // Wanted: a fresh block keeps the low 32 bits of its size, a resized one all 64, while the count takes
-    // all of it. Blocks of 4 GiB and more are made by resizing, then; the front door refuses them anyway.
-    header->size = static_cast<std::uint32_t>(size);
-    header->heap = this;
-    MEMp_G_heapBytes.Add(static_cast<std::int64_t>(size + kHeader));
-    return header + 1;
+    return NewBlock(this, size);
 }
 
 void MEMp_StandardHeap::DisposePtr(void* block)
@@ -91,19 +97,18 @@ void* MEMp_StandardHeap::ResizePtr(void* block, unsigned long size, const char* 
     return header + 1;
 }
 
-char** MEMp_StandardHeap::NewHandle(unsigned long size, const char* caller, const char* file, int line)
+char** MEMp_StandardHeap::NewHandle(unsigned long size, const char*, const char*, int)
 {
     auto* handle = static_cast<char**>(std::malloc(sizeof(char*)));
     if (!handle) return nullptr;
-    *handle = nullptr;
-    if (size != 0) {
-        *handle = static_cast<char*>(NewPtr(size, caller, file, line));
-        if (!*handle) {
-            std::free(handle);
-            return nullptr;
-        }
+    if (size == 0) {
+        *handle = nullptr;
+        return handle;
     }
-    return handle;
+    *handle = static_cast<char*>(NewBlock(this, size));
+    if (*handle) return handle;
+    std::free(handle);
+    return nullptr;
 }
 
 long MEMp_StandardHeap::GetHandleSize(char** handle)

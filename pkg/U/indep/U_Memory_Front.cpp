@@ -32,15 +32,11 @@ bool IsSmall(unsigned long long size)
 
 enum Clearing : unsigned char { kAsItComes = 0, kCleared = 1 };
 
+// The shared path is kept out of line, so that the small one needs no frame of its own.
 template <Clearing clearing>
-void* AllocatePtr(unsigned failureCode, const char* caller, unsigned long long size)
+[[gnu::noinline]] void* AllocateLargePtr(unsigned failureCode, const char* caller, unsigned long long size)
 {
     MEM_Heap* heap = Up_Heap();
-    if (IsSmall(size)) {
-        void* block = MEM_NewPtrDebug(heap, size, caller, nullptr, 0);
-        if (clearing == kCleared && block) std::memset(block, 0, size);
-        return block;
-    }
     void* block = nullptr;
     Up_AllocateShared([&] { return MEM_NewPtrDebug(heap, size, caller, nullptr, 0); }, failureCode, caller,
                       size, clearing, &block, kNotRecycled);
@@ -48,17 +44,31 @@ void* AllocatePtr(unsigned failureCode, const char* caller, unsigned long long s
 }
 
 template <Clearing clearing>
-char** AllocateHandle(unsigned failureCode, const char* caller, unsigned long long size)
+inline void* AllocatePtr(unsigned failureCode, const char* caller, unsigned long long size)
+{
+    if (!IsSmall(size)) return AllocateLargePtr<clearing>(failureCode, caller, size);
+    void* block = MEM_NewPtrDebug(Up_Heap(), size, caller, nullptr, 0);
+    if (clearing == kCleared && block) std::memset(block, 0, size);
+    return block;
+}
+
+template <Clearing clearing>
+[[gnu::noinline]] char** AllocateLargeHandle(unsigned failureCode, const char* caller,
+                                             unsigned long long size)
 {
     MEM_Heap* heap = Up_Heap();
-    if (IsSmall(size)) {
-        char** handle = MEM_NewHandle(heap, size);
-        if (clearing == kCleared && handle) Up_ClearBlock(handle, size);
-        return handle;
-    }
     char** handle = nullptr;
     Up_AllocateShared([&] { return MEM_NewHandle(heap, size); }, failureCode, caller, size, clearing, &handle,
                       kNotRecycled);
+    return handle;
+}
+
+template <Clearing clearing>
+inline char** AllocateHandle(unsigned failureCode, const char* caller, unsigned long long size)
+{
+    if (!IsSmall(size)) return AllocateLargeHandle<clearing>(failureCode, caller, size);
+    char** handle = MEM_NewHandle(Up_Heap(), size);
+    if (clearing == kCleared && handle) Up_ClearBlock(handle, size);
     return handle;
 }
 
@@ -164,20 +174,29 @@ char** U_AllocateHandleClearQuiet(unsigned long long size)
     return AllocateHandle<kCleared>(0, nullptr, size);
 }
 
-Err U_CheckHandleFromHeap(char** handle)
+[[gnu::cold, gnu::noinline]] static void ReportForeignHandle(char** handle)
 {
-    const Err answer = MEM_CheckHandleFromHeap(Up_Heap(), handle);
-    if (answer == 0) return answer;
     char message[96];
     std::snprintf(message, sizeof message, "Handle is not from U heap. MP:%p P:%p",
                   static_cast<void*>(handle), static_cast<void*>(handle ? *handle : nullptr));
     Up_AssertFailed(message, kAssertFile, kAssertLine);
+}
+
+Err U_CheckHandleFromHeap(char** handle)
+{
+    const Err answer = MEM_CheckHandleFromHeap(Up_Heap(), handle);
+    if (answer != 0) ReportForeignHandle(handle);
     return answer;
 }
 
 Err U_FreeHandle(char** handle)
 {
-    if (U_CheckHandleFromHeap(handle) == 0) MEM_DisposeHandle(Up_Heap(), handle);
+    MEM_Heap* heap = Up_Heap();
+    if (MEM_CheckHandleFromHeap(heap, handle) == 0) {
+        MEM_DisposeHandle(heap, handle);
+    } else {
+        ReportForeignHandle(handle);
+    }
     return U_Err_NONE;
 }
 

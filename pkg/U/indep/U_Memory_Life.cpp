@@ -21,6 +21,8 @@ constinit Up_DebugValue<std::uint64_t> Up_G_maxPreviewOverage("QL.PreviewRange.M
 constinit Up_DebugValue<std::int32_t> Up_G_syncFrequency("QL.MemUsageSyncFrequencyInMillisecondsR",
                                                          kSyncFrequencyDefault);
 
+constinit std::atomic<MEM_Heap*> Up_G_heap{nullptr};
+
 namespace {
 
 constexpr long long kPresumedAppSize = 141'557'760;  // 135 MiB
@@ -31,7 +33,6 @@ struct HeapEntry {
     HeapEntry* next;
 };
 
-constinit std::atomic<MEM_Heap*> g_heap{nullptr};
 constinit std::atomic<HeapEntry*> g_heaps{nullptr};
 constinit std::atomic<bool> S_memoryAccountDirect{false};
 
@@ -49,11 +50,6 @@ MEM_Heap* NewListedHeap()
 
 }  // namespace
 
-MEM_Heap* Up_Heap()
-{
-    return g_heap.load(std::memory_order_acquire);
-}
-
 bool Up_IsMemoryAccountDirect()
 {
     return S_memoryAccountDirect.load(std::memory_order_relaxed);
@@ -66,7 +62,7 @@ Err Up_InitializeMemorySubsystem()
         MEM_Heap* heap = NewListedHeap();
         // Without a heap there is nothing to count for, and the heap of an earlier birth still serves its blocks.
         if (!heap) return U_Err_OUT_OF_MEMORY;
-        g_heap.store(heap, std::memory_order_release);
+        Up_G_heap.store(heap, std::memory_order_release);
         U_AccountAllocation(kPresumedAppSize);
         static constinit U_TraceLine s_line("U", 6);
         s_line([] {

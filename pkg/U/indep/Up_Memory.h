@@ -2,6 +2,7 @@
 #ifndef UP_MEMORY_H
 #define UP_MEMORY_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "MEM.h"
@@ -16,8 +17,12 @@ Err Up_InitializeMemorySubsystem();
 /// be freed later; it is reachable from a list of all heaps so far. Gives 0.
 Err Up_TerminateMemorySubsystem();
 
-/// The heap of the last birth; null before the first.
-MEM_Heap* Up_Heap();
+/// The heap of the last birth; null before the first. Inline, as every allocation begins with it.
+extern constinit std::atomic<MEM_Heap*> Up_G_heap;
+inline MEM_Heap* Up_Heap()
+{
+    return Up_G_heap.load(std::memory_order_acquire);
+}
 
 /// Whether in use is what the operating system says: "MemoryAccountDirect2", as it was read at birth.
 bool Up_IsMemoryAccountDirect();
