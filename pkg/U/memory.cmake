@@ -20,6 +20,7 @@ ql_package(U_memory HEADERS headers INSTALL U_Memory.h PRIVATE indep
 
 ql_tests(U_memory_tests
   SOURCES
+    tests/MemoryGuide_test.cpp
     tests/U_Hogs_test.cpp
     tests/U_Memory_Amount_test.cpp
     tests/U_Memory_Faults_test.cpp
