@@ -147,8 +147,9 @@ U_UTF16String StripQuotedContents(const U_UTF16String& text)
     U_UTF16String result = text;
     for (const auto& [left, right] : GetQuotePairs()) {
         const size_t first = result.find(left);
+        if (first == U_UTF16String::npos) continue;
         const size_t last = result.rfind(right);
-        if (first == U_UTF16String::npos || last == U_UTF16String::npos) continue;
+        if (last == U_UTF16String::npos) continue;
         // The two places are not compared. When the right mark does not lie behind the left one, what stands
         // from the right mark to the end of the left one comes out twice: wanted, receivers know a lone mark
         // by it.
