@@ -87,15 +87,24 @@ struct Multiply : Add {
     }
 };
 
+// By the operator, which asks for the order alone, as the peer's does.
 struct Compare {
+    static bool Ours(const M_Ratio& a, const M_Ratio& b)
+    {
+        return T_Time{a.num, a.den} < T_Time{b.num, b.den};
+    }
+    static bool Theirs(const Peer& a, const Peer& b) { return a < b; }
+    static bool Agree(bool ours, bool peer) { return ours == peer; }
+};
+
+// By the function, which also gives the numerator of the difference.
+struct CompareByDifference : Compare {
     static bool Ours(const M_Ratio& a, const M_Ratio& b)
     {
         int32_t order = 0;
         M_CompareRatio(&a, &b, &order);
         return order < 0;
     }
-    static bool Theirs(const Peer& a, const Peer& b) { return a < b; }
-    static bool Agree(bool ours, bool peer) { return ours == peer; }
 };
 
 void Demand(bool agreed, const std::string& row)
@@ -226,6 +235,12 @@ int main(int argc, char** argv)
     PairOf<Compare>("compare, same scale / boost::rational<int64>", 1.0, kSameScale);
     PairOf<Compare>("compare, mixed scales / boost::rational<int64>", 1.0, kMixedScale);
     PairOf<Compare>("compare, terms that must reduce / boost::rational<int64>", 1.0, kMustReduce);
+    PairOf<CompareByDifference>("compare by M_CompareRatio, same scale / boost::rational<int64>", 1.0,
+                                kSameScale);
+    PairOf<CompareByDifference>("compare by M_CompareRatio, mixed scales / boost::rational<int64>", 1.0,
+                                kMixedScale);
+    PairOf<CompareByDifference>("compare by M_CompareRatio, must reduce / boost::rational<int64>", 1.0,
+                                kMustReduce);
     PairOfBestRational();
     PairOfTimecode();
     return qlbench::Main(argc, argv);

@@ -39,6 +39,16 @@ int32_t CompareProducts(const M_Ratio& a, const M_Ratio& b)
     return err;
 }
 
+// Kept apart, so that operands of one scale do not pay for its registers.
+[[gnu::noinline]] uint32_t CompareScales(M_Ratio a, M_Ratio b, int32_t* result)
+{
+    M_Ratio difference;
+    if (a.den == 0 || b.den == 0 || !Mp_SumFits(a, b, true, &difference))
+        return CompareTheLongWay(a, b, result);
+    *result = difference.num;
+    return 0;
+}
+
 // start + duration, exact.
 uint32_t EndOfSpan(const M_Ratio& start, const M_Ratio& duration, int text, M_Ratio* end)
 {
@@ -96,11 +106,12 @@ uint32_t M_CompareRatio(const M_Ratio* a, const M_Ratio* b, int32_t* result)
 {
     const M_Ratio left = *a;
     const M_Ratio right = *b;
-    M_Ratio difference;
-    if (left.den == 0 || right.den == 0 || !Mp_SumFits(left, right, true, &difference)) {
-        return CompareTheLongWay(left, right, result);
+    const int32_t minuend = left.num;
+    const int32_t subtrahend = Mp_Negate(right.num);
+    if (left.den != right.den || left.den == 0 || Mp_AddOverflows(minuend, subtrahend)) {
+        return CompareScales(left, right, result);
     }
-    *result = difference.num;
+    *result = minuend + subtrahend;
     return 0;
 }
 

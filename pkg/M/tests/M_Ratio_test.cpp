@@ -8,7 +8,7 @@
 namespace {
 
 constexpr uint32_t kSeed = 20240229;
-constexpr int kRounds = 1000000;
+constexpr int kRounds = 300000;
 constexpr int32_t kMin = INT32_MIN;
 constexpr int32_t kMax = INT32_MAX;
 constexpr uint32_t kTop = 0x80000000;

@@ -4,8 +4,7 @@
 ///     info.useTimecode = 1;
 ///     char text[T_kFormattedTimeSize];
 ///     T_Time time = {1800 * 100, 2997};
-///     T_GeneralFormatTime(&time, &info, T_TimeFormatType_Duration, 1964114, true, text);  // 00:01:00;02 in
-///                                                                                         // its labels
+///     T_GeneralFormatTime(&time, &info, T_TimeFormatType_Duration, 1964114, true, text);  // 00;01;00;02
 ///
 /// A frame rate is 16.16 fixed point (29.97 is 1964114), and 0 means "use `timebase`". Rates within 4
 /// of 29.97, 59.94, 23.976 and 11.988 stand for exact durations over 2997, so a hundred thousand frames show
@@ -15,7 +14,7 @@
 /// the clock: two labels (four at 59.94) are skipped at the start of every minute but each tenth.
 ///
 ///   real frame    1798        1799        1800        1801    ...  17981       17982
-///   label         00:59;28    00:59;29    01:00;02    01:00;03     09:59;29    10:00;00
+///   label         00;59;28    00;59;29    01;00;02    01;00;03     09;59;29    10;00;00
 ///
 /// A rate of 0 is never drop-frame, whatever the timebase.
 ///
