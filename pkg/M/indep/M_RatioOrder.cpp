@@ -43,8 +43,9 @@ int32_t CompareProducts(const M_Ratio& a, const M_Ratio& b)
 [[gnu::noinline]] uint32_t CompareScales(M_Ratio a, M_Ratio b, int32_t* result)
 {
     M_Ratio difference;
-    if (a.den == 0 || b.den == 0 || !Mp_SumFits(a, b, true, &difference))
+    if (a.den == 0 || b.den == 0 || !Mp_SumFits(a, b, true, &difference)) {
         return CompareTheLongWay(a, b, result);
+    }
     *result = difference.num;
     return 0;
 }

@@ -90,28 +90,29 @@ TEST_F(Ratios, BestRatioFollowsTheExpansionOfEveryKindOfDouble)
         ASSERT_EQ(out, plain::Best(value)) << value;
         ASSERT_EQ(std::gcd(plain::Magnitude(out.num), out.den), 1u) << value;
     }
-    const double inf = INFINITY;
-    for (const auto& [value, num, den] :
-         std::initializer_list<std::tuple<double, int32_t, uint32_t>>{{NAN, 1 << 30, 1},
-                                                                      {-NAN, 1 << 30, 1},
-                                                                      {0.0, 0, 1},
-                                                                      {-0x1p30, -(1 << 30), 1},
-                                                                      {inf, 1 << 30, 1},
-                                                                      {-inf, -(1 << 30), 1},
-                                                                      {1e300, 1 << 30, 1},
-                                                                      {0x1p30 - 0.25, 1 << 30, 1},
-                                                                      {0x1p-31, 0, 1},
-                                                                      {5e-324, 0, 1},
-                                                                      {0x1.000002p-31, 1, 1 << 30},
-                                                                      {0.1, 13421773, 1 << 27},
-                                                                      {1.0 / 3, 11184811, 1 << 25},
-                                                                      {1e-3, 1073742, 1073741823}}) {
+    constexpr double kInf = INFINITY;
+    constexpr std::tuple<double, int32_t, uint32_t> kRows[] = {
+        {NAN, 1 << 30, 1},
+        {-NAN, 1 << 30, 1},
+        {0.0, 0, 1},
+        {-0x1p30, -(1 << 30), 1},
+        {kInf, 1 << 30, 1},
+        {-kInf, -(1 << 30), 1},
+        {1e300, 1 << 30, 1},
+        {0x1p30 - 0.25, 1 << 30, 1},
+        {0x1p-31, 0, 1},
+        {5e-324, 0, 1},
+        {0x1.000002p-31, 1, 1 << 30},
+        {0.1, 13421773, 1 << 27},
+        {1.0 / 3, 11184811, 1 << 25},
+        // Ties, which the shortened products decide: full ones would choose the other neighbour.
+        {0x1.c9b352p-23, 155, 727244098},
+        {0x1.54e5aep-13, 112448, 691764431}};
+    for (const auto& [value, num, den] : kRows) {
         M_Ratio out;
         Mp_Double2RatioSmart(value, &out);
+        EXPECT_EQ(out, (M_Ratio{num, den})) << value;
         EXPECT_EQ(out, plain::Best(value)) << value;
-        if (value != 1e-3) {
-            EXPECT_EQ(out, (M_Ratio{num, den})) << value;
-        }
     }
 }
 
@@ -287,6 +288,7 @@ TEST_F(Ratios, ConvertsThroughDoublesInTheirOrder)
     };
     for (const Row& row :
          {Row{{1, 2}, 4, 2, 1}, Row{{1, 2}, 5, 3, 0}, Row{{-1, 2}, 5, -2, 0}, Row{{7, 9}, 9, 7, 1},
+          Row{{51, 6}, 29, 246, 0},  // 246.5 but for the order
           Row{{kMin, 2}, 2, kMin, 1}, Row{{kMin, 1}, 1, kMin, 1}, Row{{kMax, 2}, 1, 1 << 30, 0}}) {
         M_Ratio out;
         uint8_t exact = 9;

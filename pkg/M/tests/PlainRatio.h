@@ -160,7 +160,7 @@ inline Result Product(M_Ratio a, M_Ratio b, bool approximate)
     const auto fits = [&] { return !UMul(x.den, y.den) && !Mul(x.num, y.num); };
     if (fits()) return {{x.num * y.num, x.den * y.den}, 0};
     const bool any =
-        Divide(x.num, x.den) | Divide(y.num, y.den) | Divide(y.num, x.den) | Divide(x.num, y.den);
+        Divide(x.num, x.den) + Divide(y.num, y.den) + Divide(y.num, x.den) + Divide(x.num, y.den) > 0;
     if (any && fits()) return {{x.num * y.num, x.den * y.den}, 0};
     if (!approximate) return {{0, 0}, 1};
     return Approximate((static_cast<double>(a.num) / a.den) * (static_cast<double>(b.num) / b.den));
