@@ -95,7 +95,8 @@ int32_t OffsetFrames(const T_Time& offset, const T_Time& frame_duration, bool ro
 
 bool CountsFromOne(const T_TimeFormatInfo& info, T_TimeFormatType type)
 {
-    return type != T_TimeFormatType_Duration && info.startsAtOne == 1;
+    const bool is_position = type == T_TimeFormatType_Position || type == T_TimeFormatType_PositionNoOffset;
+    return is_position && info.startsAtOne == 1;
 }
 
 }  // namespace
@@ -196,13 +197,11 @@ void Tp_TakeApart(const T_Time& time, const T_TimeFormatInfo& info, const Tp_Cou
     const int32_t frames = time.value < 0 ? Mp_Negate(magnitude) : magnitude;
     const bool takes_offset = T_HonorOffsetForType(type);
 
+    int32_t shown = takes_offset ? Mp_Add(frames, offset) : frames;
     if (counting.is_timecode) {
-        const int32_t shown = takes_offset ? Mp_Add(frames, offset) : frames;
-        // Without the offset the sign is that of the time, even where its frames round to 0.
         TakeTimecodeApart(Absolute(shown), takes_offset ? shown < 0 : time.value < 0, counting, out);
         return;
     }
-    int32_t shown = takes_offset ? Mp_Add(frames, offset) : frames;
     if (CountsFromOne(info, type)) shown = Mp_Add(shown, 1);
     TakeFramesApart(shown, info.framesPerFoot, out);
 }
