@@ -137,7 +137,7 @@ void PairOf(const std::string& row, double bound, Terms terms)
         });
 }
 
-// --- The best ratio of a double ------------------------------------------------------------------------------
+// --- The best ratio of a double ----------------------------------------------------------------------------
 
 M_Ratio BestOurs(double value)
 {
@@ -177,7 +177,7 @@ void PairOfBestRational()
     qlbench::Pair(row, 0.6, body(BestOurs), body(BestPeer));
 }
 
-// --- Drop-frame timecode ---------------------------------------------------------------------------------------
+// --- Drop-frame timecode -----------------------------------------------------------------------------------
 
 constexpr int32_t kFrames = 100000;
 

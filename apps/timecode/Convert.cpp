@@ -1,5 +1,5 @@
-// One value at a time: text to an exact time, and an exact time to text. What does not fit 32-bit terms exactly
-// is refused instead of rounded. No state but the converter's own.
+// One value at a time: text to an exact time, and an exact time to text. What does not fit 32-bit terms
+// exactly is refused instead of rounded. No state but the converter's own.
 
 #include "Convert.h"
 

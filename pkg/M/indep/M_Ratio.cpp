@@ -1,8 +1,8 @@
 // Ratio arithmetic: sums, products, quotients, reciprocals.
 //
-// Every operation first tries 32 bits as they are, then with its operands reduced, then, if the caller allows,
-// through doubles. The caller's status argument is read once, at the edge, and answered once, at the end. No
-// state.
+// Every operation first tries 32 bits as they are, then with its operands reduced, then, if the caller
+// allows, through doubles. The caller's status argument is read once, at the edge, and answered once, at the
+// end. No state.
 
 #include "M_Ratio.h"
 
@@ -149,9 +149,10 @@ uint8_t ProductOfReduced(M_Ratio a, M_Ratio b, M_Ratio* out)
     return any_common && ProductFits(a, b, out) ? M_Status_EXACT : M_Status_OVERFLOW;
 }
 
-// The same in one step where the outcome is plain. Reduced in all four ways the product is in lowest terms, so
-// one common divisor of the 64-bit products stands for the four. What it cannot tell is how the conservative
-// test sees factors whose product has all 31 or 32 bits, and divisors of 2^31 or more, which divide nothing.
+// The same in one step where the outcome is plain. Reduced in all four ways the product is in lowest terms,
+// so one common divisor of the 64-bit products stands for the four. What it cannot tell is how the
+// conservative test sees factors whose product has all 31 or 32 bits, and divisors of 2^31 or more, which
+// divide nothing.
 uint8_t ProductInLowestTerms(const M_Ratio& a, const M_Ratio& b, M_Ratio* out)
 {
     constexpr uint64_t kPlainNum = uint64_t{1} << 30;

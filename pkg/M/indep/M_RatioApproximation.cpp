@@ -1,10 +1,10 @@
 // The best ratio near a double, by continued fractions in 32-bit integers.
 //
-// The double is taken to single precision, and that value x is a fraction of a 24-bit mantissa over (or times)
-// a power of two. Where both terms of it are inside the limit, x itself is the answer, and the continued
-// fraction of x ends there. So only small x are expanded, as 1/x = quotient + remainder / divisor: their larger
-// term is the denominator. The result is then the last convergent inside the limit, or the semiconvergent at
-// the limit when that is nearer. All of these are in lowest terms. No state.
+// The double is taken to single precision, and that value x is a fraction of a 24-bit mantissa over (or
+// times) a power of two. Where both terms of it are inside the limit, x itself is the answer, and the
+// continued fraction of x ends there. So only small x are expanded, as 1/x = quotient + remainder / divisor:
+// their larger term is the denominator. The result is then the last convergent inside the limit, or the
+// semiconvergent at the limit when that is nearer. All of these are in lowest terms. No state.
 
 #include <bit>
 #include <cmath>

@@ -1,8 +1,9 @@
-/// The integer steps of ratio arithmetic, inline: what `M_AddWouldOverflow` and its neighbours do for callers.
+/// The integer steps of ratio arithmetic, inline: what `M_AddWouldOverflow` and its neighbours do for
+/// callers.
 ///
-/// The overflow tests look at leading zeros alone, before multiplying. They are conservative on purpose: which
-/// operands count as overflow decides which results come out reduced or approximated, so a sharper test would
-/// change results.
+/// The overflow tests look at leading zeros alone, before multiplying. They are conservative on purpose:
+/// which operands count as overflow decides which results come out reduced or approximated, so a sharper test
+/// would change results.
 #ifndef MP_INTEGER_H
 #define MP_INTEGER_H
 
@@ -49,8 +50,8 @@ constexpr bool Mp_LeadingZerosRefuse(int32_t a, int32_t b)
     return std::countl_zero(Mp_Magnitude(a)) + std::countl_zero(Mp_Magnitude(b)) <= 32;
 }
 
-/// `M_UMulWouldOverflow`. Leading zeros that sum to n put the product between 2^(62-n) and 2^(64-n), so only a
-/// product of 32 bits with its top bit set needs them counted, which is slow on most processors.
+/// `M_UMulWouldOverflow`. Leading zeros that sum to n put the product between 2^(62-n) and 2^(64-n), so only
+/// a product of 32 bits with its top bit set needs them counted, which is slow on most processors.
 constexpr bool Mp_UMulOverflows(uint32_t a, uint32_t b)
 {
     const uint64_t product = uint64_t{a} * b;
@@ -71,8 +72,8 @@ constexpr bool Mp_MulOverflows(int32_t a, int32_t b)
 
 /// Greatest common divisor of two values above 0, or 0 if it is `floor` or less.
 ///
-/// Takes out twos, and divides where a plain binary algorithm would subtract again and again. Whatever is left
-/// on the way is a bound on the divisor, so a caller that needs a large one is answered early.
+/// Takes out twos, and divides where a plain binary algorithm would subtract again and again. Whatever is
+/// left on the way is a bound on the divisor, so a caller that needs a large one is answered early.
 template <class Word>
 constexpr Word Mp_GCDAbove(Word a, Word b, Word floor)
 {

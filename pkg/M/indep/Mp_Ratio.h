@@ -30,8 +30,8 @@ void Mp_Double2RatioSmart(double value, M_Ratio* out);
 /// The full signed product in two words. Returns 0.
 uint32_t Mp_LongMul(int32_t a, int32_t b, M_Int64* out);
 
-/// Writes both terms in one store. Whoever reads the ratio as a whole right after it would otherwise wait for two
-/// stores to reach the cache.
+/// Writes both terms in one store. Whoever reads the ratio as a whole right after it would otherwise wait for
+/// two stores to reach the cache.
 inline void Mp_Store(int32_t num, uint32_t den, M_Ratio* out)
 {
     constexpr bool kNumIsLow = std::endian::native == std::endian::little;
@@ -42,9 +42,9 @@ inline void Mp_Store(int32_t num, uint32_t den, M_Ratio* out)
 
 /// The sum over the least common denominator of two that differ, unless it might not fit.
 ///
-/// The rule is about the factors that bring both operands to that denominator. Where their products are plainly
-/// below the bits at which the conservative tests begin to refuse, it need not be applied: the terms of the plain
-/// cross products are divided instead, and the sum of two numerators below 2^30 cannot wrap.
+/// The rule is about the factors that bring both operands to that denominator. Where their products are
+/// plainly below the bits at which the conservative tests begin to refuse, it need not be applied: the terms
+/// of the plain cross products are divided instead, and the sum of two numerators below 2^30 cannot wrap.
 bool Mp_SumByFactorsFits(M_Ratio a, M_Ratio b, uint32_t divisor, M_Ratio* out);
 
 inline bool Mp_SumOfScalesFits(M_Ratio a, M_Ratio b, M_Ratio* out)

@@ -17,7 +17,7 @@ __extension__ using Wide = __int128;
 
 using Ratios = qltest::Library;
 
-// --- Against the steps written down, and against wide integers -----------------------------------------------
+// --- Against the steps written down, and against wide integers ---------------------------------------------
 
 TEST_F(Ratios, SumsAndProductsFollowTheStepsBitForBit)
 {
@@ -136,7 +136,7 @@ TEST_F(Ratios, ADoubleOutOfRangeIsFlaggedWithoutAReport)
     EXPECT_TRUE(Reports().empty());
 }
 
-// --- The rules that must not be mended -------------------------------------------------------------------------
+// --- The rules that must not be mended ---------------------------------------------------------------------
 
 TEST_F(Ratios, SumsKeepTheirDenominators)
 {
@@ -276,7 +276,7 @@ TEST_F(Ratios, DivisionByANegativeRatioIsNotArithmetic)
               (qltest::Report{0x110011, U_Sev_PROBLEM, "QLTest error: overflow in ratio divide."}));
 }
 
-// --- Conversion and integers -------------------------------------------------------------------------------------
+// --- Conversion and integers -------------------------------------------------------------------------------
 
 TEST_F(Ratios, ConvertsThroughDoublesInTheirOrder)
 {

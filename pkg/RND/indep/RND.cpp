@@ -85,7 +85,7 @@ Err RND_GetNextRandomLongs(RND_LongState* state, int32_t low, int32_t high, int3
     return U_Err_NONE;
 }
 
-// --- Floats --------------------------------------------------------------------------------------------------
+// --- Floats ------------------------------------------------------------------------------------------------
 
 Err RND_InitFloatState(uint32_t seed, RND_FloatState* state)
 {

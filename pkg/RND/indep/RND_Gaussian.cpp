@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kBatch = 64;
 
-// Of all pairs 79 in 100 are accepted. A batch that takes so many comes from a damaged state, whose mask leaves
-// no pair inside the circle.
+// Of all pairs 79 in 100 are accepted. A batch that takes so many comes from a damaged state, whose mask
+// leaves no pair inside the circle.
 constexpr int kMostAttempts = 100 * kBatch;
 
 struct Pair {

@@ -18,7 +18,7 @@ using Streams = qltest::Library;
 constexpr uint32_t kSeed = 12345;
 constexpr double kUnit = 2.3283064370807974e-10;
 
-// --- Streams, however they are cut -------------------------------------------------------------------------------
+// --- Streams, however they are cut -------------------------------------------------------------------------
 
 // A stream of any kind, read by some values at a time.
 using Reader = std::function<void(int32_t count, double* out)>;
@@ -88,7 +88,7 @@ TEST_P(EveryStream, IsPinnedCutsAnywhereAndHasItsMoments)
     EXPECT_NEAR(std::sqrt(squares / kCount), kind.deviation, kind.deviation * 0.01);
 }
 
-// --- Integers ------------------------------------------------------------------------------------------------------
+// --- Integers ----------------------------------------------------------------------------------------------
 
 TEST_F(Streams, DrawsFollowTheGenerator)
 {
@@ -172,7 +172,7 @@ TEST_F(Streams, FloatsReachBothEnds)
     }
 }
 
-// --- Gaussian and band-limited ---------------------------------------------------------------------------------------
+// --- Gaussian and band-limited -----------------------------------------------------------------------------
 
 TEST_F(Streams, GaussianFollowsThePolarMethod)
 {

@@ -1,7 +1,7 @@
 // Times taken apart into hours, minutes, seconds and frames, or feet and frames, and put together again.
 //
-// A format and a rate are examined once into a Tp_Counting; everything else is counting frames. Counts wrap at
-// 32 bits. No state but the highest frame rate, read once a call.
+// A format and a rate are examined once into a Tp_Counting; everything else is counting frames. Counts wrap
+// at 32 bits. No state but the highest frame rate, read once a call.
 
 #include <algorithm>
 
@@ -44,8 +44,8 @@ bool IsNtsc(int32_t rate)
            Tp_IsNearRate(rate, Tp_Rate_59_94) || Tp_IsNearRate(rate, Tp_Rate_11_988);
 }
 
-// Whole frames per second over 2997. A base outside the table, or a rate that is not near the row's own, counts
-// in whole frames per second. 14.985 has no row: it is an exact duration only outside of formats.
+// Whole frames per second over 2997. A base outside the table, or a rate that is not near the row's own,
+// counts in whole frames per second. 14.985 has no row: it is an exact duration only outside of formats.
 struct NtscRow {
     int32_t base;
     int32_t rate;  // the rate that the row asks for; 0 for every NTSC rate
@@ -161,7 +161,7 @@ int32_t Tp_LabelsToFrames(int32_t labels, int32_t base)
     return Mp_Add(labels, -(9 * tens + minutes) * rule.skipped);
 }
 
-// --- Taking apart --------------------------------------------------------------------------------------------
+// --- Taking apart ------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -212,7 +212,7 @@ void T_TimeToComponents(const T_Time* time, const T_TimeFormatInfo* info, T_Time
     Tp_TakeApart(*time, *info, Tp_Examine(*info, rate), type, out);
 }
 
-// --- Putting together ------------------------------------------------------------------------------------------
+// --- Putting together --------------------------------------------------------------------------------------
 
 namespace {
 

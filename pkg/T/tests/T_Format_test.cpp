@@ -27,7 +27,7 @@ std::string TextOf(const T_Time& time, const T_TimeFormatInfo& info, T_TimeForma
     return text;
 }
 
-// --- Drop-frame labels over a whole day ------------------------------------------------------------------------
+// --- Drop-frame labels over a whole day --------------------------------------------------------------------
 
 struct Day {
     int32_t rate, base, skipped;
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Rates, DropFrame,
                          testing::Values(Day{k2997, 30, 2, {100, 2997}}, Day{k5994, 60, 4, {50, 2997}}),
                          [](const auto& day) { return "Base" + std::to_string(day.param.base); });
 
-// --- Text ------------------------------------------------------------------------------------------------------
+// --- Text --------------------------------------------------------------------------------------------------
 
 struct Row {
     const char* name;
