@@ -138,7 +138,7 @@ void ExpectPrintf(const char* format, Arguments... arguments)
 
 TEST(ALOGp_Format, WritesWhatPrintfWrites)
 {
-    ExpectPrintf("plain %% text");
+    ExpectPrintf("plain %% text %d", 1);
     ExpectPrintf("%d %i %u|%c|%s", INT_MIN, 7, UINT_MAX, 'x', "text");
     ExpectPrintf("%ld %lld %lu %llu %zu", LONG_MIN, LLONG_MAX, ULONG_MAX, 0ull, sizeof(int));
     ExpectPrintf("%5d|%-8s|%x|%p|%s", 42, "left", 255u, static_cast<void*>(nullptr), "behind the others");
