@@ -164,14 +164,15 @@ Err U_Death()
         Up_RemoveTerminateHandler();
         SetupHardwareExceptionHandling(false);
     }
-    Up_TerminateHogs();
-    U_DisplayPostedErrors();
+    // Both speak to the user, for the last time. What a dialog throws does not leave half a library behind.
+    U_TrySection(Up_TerminateHogs);
+    U_TrySection(U_DisplayPostedErrors);
     Up_ZLStrDeath();
     U_ZLocaleDeath();
     DestroyRecord();
     Up_RemoveReportingNewHandler();
     Up_TerminateMemorySubsystem();
-    Up_DeathTranslators();
+    U_TrySection(Up_DeathTranslators);
     Up_DeathErrors();
     return code;
 }

@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include "QLTest.h"
 #include "U_ErrState.h"
 #include "U_Telemetry.h"
@@ -120,6 +122,18 @@ TEST_F(ErrDialog, DeathDropsTheWindowEvenWhenItFails)
     U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
     EXPECT_EQ(U_Death(), U_Err_UNBORN);
     EXPECT_EQ(alive, 0);
+    ASSERT_EQ(U_Birth(kName, 1), 0);
+}
+
+TEST_F(ErrDialog, DeathIsCompleteEvenWhenItsLastDialogThrows)
+{
+    U_IncrementPostErrors();
+    Up_ReportErrString(0, U_Sev_WARNING, "posted");
+    Presenter().whileShown = [] { throw std::runtime_error("from a dialog"); };
+    EXPECT_EQ(U_Death(), 0);
+    Presenter().whileShown = nullptr;
+    EXPECT_EQ(U_Death(), U_Err_UNBORN);
+    EXPECT_FALSE(Dialogs().empty());
     ASSERT_EQ(U_Birth(kName, 1), 0);
 }
 
