@@ -22,7 +22,8 @@ char g_local[] = "local";
 
 void RaiseSegv()
 {
-    *const_cast<volatile int*>(static_cast<int*>(nullptr)) = 1;
+    void* page = mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    *static_cast<volatile char*>(page) = 1;
 }
 
 void RaiseIllegal()
