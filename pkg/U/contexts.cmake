@@ -15,4 +15,5 @@ ql_tests(U_contexts_tests
     tests/U_Context_test.cpp
     tests/U_SuspendContext_test.cpp
     tests/U_BigMutex_test.cpp
-    tests/U_TerminalKeys_test.cpp)
+    tests/U_TerminalKeys_test.cpp
+  LIBS ql_test_support)

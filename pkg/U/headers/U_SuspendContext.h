@@ -49,11 +49,12 @@ class U_EXPORT U_SuspendContext {
     /// Runs `function` on the executor's thread under the suspended contexts and the caller's error state, and
     /// waits for it. On the executor's own thread it takes the contexts back and runs the function in place.
     ///
-    /// One call an object: its gate opens once.
+    /// One call at a time; when it has returned, another may follow.
     ///
     /// returns  what the function returned, or the code of what it threw; 517 after a termination, and then the
     ///          function may be running still: what it touches must be held by shared pointers
-    /// throws   in place: what the function throws; `std::bad_function_call` for an empty function
+    /// throws   the `int` 3, after a report, for an empty executor; what the executor throws when it takes no work.
+    ///          In place: what the function throws; `std::bad_function_call` for an empty function
     int CallOnEventLoopAdaptorExecutor(const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor,
                                        const std::function<int()>& function);
     int CallOnThreadedExecutor(const std::shared_ptr<zvkcore::threads::AsyncThreadedExecutor>& executor,
@@ -84,6 +85,11 @@ class U_EXPORT U_SuspendContext {
         U_ResumeContext& operator=(const U_ResumeContext&) = delete;
 
       private:
+        void Take(const boost::shared_ptr<U_Context>& context,
+                  const boost::shared_ptr<const U_Context>& const_context,
+                  const boost::shared_ptr<U_RenderContext>& render_context);
+        void GiveBack();
+
         boost::shared_ptr<U_Context> m_context;
         boost::shared_ptr<const U_Context> m_const_context;
         boost::shared_ptr<U_RenderContext> m_render_context;
@@ -91,7 +97,7 @@ class U_EXPORT U_SuspendContext {
 
   private:
     template <class Executor>
-    int CallOnExecutor(Executor& executor, const std::function<int()>& function);
+    int CallOnExecutor(const std::shared_ptr<Executor>& executor, const std::function<int()>& function);
     void SuspendContext();
     void SuspendRenderContext();
     void TakeBack();

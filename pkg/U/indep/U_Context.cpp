@@ -123,7 +123,7 @@ std::shared_ptr<U_Context::ActivationToken> U_Context::GetActivationToken(bool c
     return Core::GetToken(*this, create);
 }
 
-void U_Context::ClearActivationToken() { activation_token.reset(); }
+void U_Context::ClearActivationToken() { Core::ClearToken(*this); }
 
 bool U_Context::CheckAbortAndFlushCompletionRoutines()
 {

@@ -61,7 +61,7 @@ std::shared_ptr<U_RenderContext::ActivationToken> U_RenderContext::GetActivation
     return Core::GetToken(*this, create);
 }
 
-void U_RenderContext::ClearActivationToken() { activation_token.reset(); }
+void U_RenderContext::ClearActivationToken() { Core::ClearToken(*this); }
 
 void Up_AttachRenderContextTLS(const boost::shared_ptr<U_RenderContext>& context) { Core::Attach(context); }
 

@@ -88,6 +88,7 @@ void U_SuspendContext::TakeBack()
 
 U_SuspendContext::~U_SuspendContext()
 {
+    // Without memory a context cannot be made current again; its thread then has none, and is told when it asks.
     U_TrySection([this] { TakeBack(); });
     TraceFor("~U_SuspendContext for %lld\n", m_context);
 }
@@ -106,15 +107,21 @@ void U_SuspendContext::TerminateAndFailAllSuspendedContexts()
 }
 
 template <class Executor>
-int U_SuspendContext::CallOnExecutor(Executor& executor, const std::function<int()>& function)
+int U_SuspendContext::CallOnExecutor(const std::shared_ptr<Executor>& executor, const std::function<int()>& function)
 {
-    if (executor.IsCurrentThreadExecutorThread()) {
+    if (!executor) Up_FailContext(0, "executor is null");
+    if (executor->IsCurrentThreadExecutorThread()) {
         // Wanted: the contexts stay attached here, and the destructor attaches them once more.
         TakeBack();
         return function();
     }
     const auto error_state = boost::make_shared<Up_PerThreadErrorState>(Up_GetPerThreadErrorState());
-    executor.CallAsynchronously([function, gate = m_gate, context = m_context, const_context = m_const_context,
+    // A gate opens once, so a further call of this object has one of its own, and a result cell with it.
+    if (m_gate->IsOpen()) {
+        m_gate = std::make_shared<OpenOnceGate>();
+        m_result = boost::make_shared<int>(0);
+    }
+    executor->CallAsynchronously([function, gate = m_gate, context = m_context, const_context = m_const_context,
                                  render_context = m_render_context, error_state, result = m_result] {
         ExecuteStatic(function, gate, context, const_context, render_context, error_state, result);
     });
@@ -127,13 +134,13 @@ int U_SuspendContext::CallOnExecutor(Executor& executor, const std::function<int
 int U_SuspendContext::CallOnEventLoopAdaptorExecutor(
     const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor, const std::function<int()>& function)
 {
-    return CallOnExecutor(*executor, function);
+    return CallOnExecutor(executor, function);
 }
 
 int U_SuspendContext::CallOnThreadedExecutor(
     const std::shared_ptr<zvkcore::threads::AsyncThreadedExecutor>& executor, const std::function<int()>& function)
 {
-    return CallOnExecutor(*executor, function);
+    return CallOnExecutor(executor, function);
 }
 
 void U_SuspendContext::ExecuteStatic(const std::function<int()>& function,
@@ -160,8 +167,7 @@ void U_SuspendContext::ExecuteStatic(const std::function<int()>& function,
 
     *result = 0;
     int value = 0;
-    const int code = U_TrySection([&] {
-        const Up_ScCloneErrorState cloned{*error_state};
+    const auto call = [&] {
         // Wanted: a render context alone opens no scope, and the function runs without it.
         if (context || const_context) {
             const U_ResumeContext resumed{context, const_context, render_context};
@@ -169,6 +175,11 @@ void U_SuspendContext::ExecuteStatic(const std::function<int()>& function,
         } else {
             value = function();
         }
+    };
+    const int code = U_TrySection([&] {
+        // Around the inner section too, so that the caller's state also rules the report of what was thrown.
+        const Up_ScCloneErrorState cloned{*error_state};
+        return U_TrySection(call);
     });
     *result = code != 0 ? code : value;
 }
@@ -176,28 +187,45 @@ void U_SuspendContext::ExecuteStatic(const std::function<int()>& function,
 U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Context>& context,
                                                    const boost::shared_ptr<const U_Context>& const_context,
                                                    const boost::shared_ptr<U_RenderContext>& render_context)
-    : m_context{context}, m_const_context{const_context}, m_render_context{render_context}
 {
-    // Activating raises the count above what the suspended owner left, so that nested activations of the
-    // borrowing thread balance and the context cannot fall to zero here.
+    if (!context && !const_context) Up_FailContext(867, "resumed context is null");
+    try {
+        Take(context, const_context, render_context);
+    } catch (...) {
+        // No destructor follows: what has been taken so far goes back.
+        GiveBack();
+        throw;
+    }
+}
+
+U_SuspendContext::U_ResumeContext::~U_ResumeContext() { GiveBack(); }
+
+// Activating raises the count above what the suspended owner left, so that nested activations of the borrowing
+// thread balance and the context cannot fall to zero here. The members name what has been taken.
+void U_SuspendContext::U_ResumeContext::Take(const boost::shared_ptr<U_Context>& context,
+                                             const boost::shared_ptr<const U_Context>& const_context,
+                                             const boost::shared_ptr<U_RenderContext>& render_context)
+{
     if (context) {
         ContextCore::SetActiveThread(*context, ContextCore::ThisThread());
         AttachNonConstContextTLS(context);
         context->Activate();
-    } else if (const_context) {
+        m_context = context;
+    } else {
         AttachConstContextTLS(const_context);
         const_context->ActivateConst();
-    } else {
-        Up_FailContext(867, "resumed context is null");
+        m_const_context = const_context;
     }
     if (render_context) {
         RenderCore::SetActiveThread(*render_context, RenderCore::ThisThread());
         Up_AttachRenderContextTLS(render_context);
         render_context->Activate();
+        m_render_context = render_context;
     }
 }
 
-U_SuspendContext::U_ResumeContext::~U_ResumeContext()
+// Wanted: whatever the thread has as its current contexts by now goes, also what is not the lent ones.
+void U_SuspendContext::U_ResumeContext::GiveBack()
 {
     if (m_context) {
         m_context->Deactivate();

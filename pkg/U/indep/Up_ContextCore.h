@@ -91,7 +91,7 @@ struct Up_ContextCore {
         ThreadRecord() = nullptr;
     }
 
-    static Record& MakeRecord()
+    static void KeepRecord(std::unique_ptr<Record> record)
     {
         struct Keeper {
             ~Keeper() { DropRecord(); }
@@ -99,8 +99,8 @@ struct Up_ContextCore {
         };
         static thread_local const Keeper keeper;
         keeper.Touch();
-        if (!ThreadRecord()) ThreadRecord() = new Record;
-        return *ThreadRecord();
+        DropRecord();
+        ThreadRecord() = record.release();
     }
 
     static Pointer Named(const Record* record)
@@ -111,10 +111,12 @@ struct Up_ContextCore {
 
     static void Attach(const Pointer& context)
     {
+        // All that may run out of memory comes first, so that a failure changes nothing.
+        auto record = std::make_unique<Record>();
+        *record = context->GetActivationToken(true);
         Detach(kWords.attachCaller, -1);
         TraceSet(context->context_id);
-        Record& record = MakeRecord();
-        record = context->GetActivationToken(true);
+        KeepRecord(std::move(record));
     }
 
     static void Detach(const char* caller, long long expected_id)
@@ -173,7 +175,7 @@ struct Up_ContextCore {
         }
         if (former != 1) return;
         Detach("Deactivate", context.context_id);
-        context.activation_token.reset();
+        ClearToken(context);
     }
 
     static void End(Context& context)
@@ -200,12 +202,22 @@ struct Up_ContextCore {
         return token && !token->context.expired();
     }
 
+    // --- The token
+    //
+    // It is read and written atomically: when a lent call is given up at the end of the process, the thread that
+    // takes its context back and the one that still borrows it both come here.
+
     static std::shared_ptr<Token> GetToken(Context& context, bool create)
     {
-        if (create && !context.activation_token) {
-            context.activation_token = std::make_shared<Token>(Token{context.weak_from_this()});
-        }
-        return context.activation_token;
+        auto token = std::atomic_load(&context.activation_token);
+        if (token || !create) return token;
+        auto made = std::make_shared<Token>(Token{context.weak_from_this()});
+        return std::atomic_compare_exchange_strong(&context.activation_token, &token, made) ? made : token;
+    }
+
+    static void ClearToken(Context& context)
+    {
+        std::atomic_store(&context.activation_token, std::shared_ptr<Token>{});
     }
 
     // --- States

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "ContextTest.h"
+#include "FailingAllocator.h"
 #include "U_ErrState.h"
 #include "Up_ContextCore.h"
 #include "Up_ErrState.h"
@@ -142,8 +143,54 @@ TEST_F(Lending, TheErrorStateTravelsAlong)
                      m_executor, [] { return static_cast<int>(Up_GetPerThreadErrorState().flags); }));
 }
 
+TEST_F(Lending, TheErrorStateRulesTheReportOfWhatTheFunctionThrows)
+{
+    const auto thrown = [this] {
+        U_SuspendContext lending;
+        return lending.CallOnThreadedExecutor(m_executor, []() -> int { throw std::runtime_error{"lent"}; });
+    };
+    U_StartQuietErrorsOnCurrentThread(0);
+    EXPECT_EQ(14, thrown());
+    EXPECT_TRUE(Reports().empty());
+    U_EndQuietErrorsOnCurrentThread();
+    EXPECT_EQ(14, thrown());
+    EXPECT_EQ(1u, Reports().size());
+}
+
+TEST_F(Lending, ASecondCallWaitsForItsOwnFunction)
+{
+    U_SuspendContext lending;
+    for (const int value : {1, 2}) {
+        EXPECT_EQ(value, lending.CallOnThreadedExecutor(m_executor, [value] { return value; }));
+    }
+}
+
+// Wherever memory ends, the borrower is left without the contexts and their counts balance.
+TEST_F(Lending, FailedAllocationsLeaveTheBorrowerAsItWas)
+{
+    const auto context = U_Context::MakeNewContext();
+    const auto render = U_RenderContext::MakeNewContext();
+    bool balanced = true;
+    U_StartQuietErrorsOnCurrentThread(0);  // reports of missing memory would keep memory themselves
+    qltest::EveryAllocationFails([&] {
+        bool taken = false;
+        try {
+            const U_SuspendContext::U_ResumeContext resumed{context, {}, render};
+            taken = true;
+        } catch (const std::bad_alloc&) {
+            taken = false;
+        }
+        balanced &= Core::ActivationCount(*context) == 0 && RenderCore::ActivationCount(*render) == 0;
+        balanced &= !Core::ThreadRecord() && !RenderCore::ThreadRecord() && !context->GetActivationToken(false);
+        return taken;
+    });
+    U_EndQuietErrorsOnCurrentThread();
+    EXPECT_TRUE(balanced);
+}
+
 TEST_F(Lending, MisuseIsRefusedInWords)
 {
+    EXPECT_EQ("executor is null", FailureOf([] { U_SuspendContext{}.CallOnThreadedExecutor({}, [] { return 0; }); }));
     EXPECT_EQ("resumed context is null", FailureOf([] { U_SuspendContext::U_ResumeContext{{}, {}, {}}; }));
 
     const auto context = U_Context::MakeNewContext();
