@@ -12,6 +12,10 @@
 ///         }
 ///     }
 ///
+/// Only the thread that took the mutex can give it back. While a render is lent to another thread (U_SuspendContext.h)
+/// its lock stays held, and a suspender there gives nothing up. A lock whose render dies on another thread goes back
+/// at the end of the scope that took it.
+///
 /// The wait for the mutex ends after 60 seconds with a `std::system_error` (timed out). The debug key
 /// "QL.UseBigMutexR" (default true, read once a process) switches all of this off.
 #ifndef U_BIGMUTEX_H
@@ -41,6 +45,7 @@ class U_EXPORT BigMutexState : public U_RenderState {
 
     /// Takes the mutex, waiting for it. Returns false, and takes nothing, when the state has it already.
     bool SetLock();
+    /// Gives the mutex back, if this thread took it.
     void ClearLock();
     bool HasLock() const;
 
@@ -63,7 +68,7 @@ class U_EXPORT BigMutexLock {
     std::unique_ptr<zvkcore::debug::CodeProfiler> total_profiler;
 };
 
-/// Gives up the lock of a render for a scope, if it has one.
+/// Gives up the lock of a render for a scope, if it has one that the calling thread took.
 class U_EXPORT BigMutexSuspender {
   public:
     /// render_context  must not be empty: that is reported and thrown as the `int` 3

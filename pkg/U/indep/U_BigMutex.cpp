@@ -1,16 +1,19 @@
 // The big mutex, the state in which a render context keeps its lock, and the overrides of multi-threaded rendering.
 //
-// State: the mutex, from its first use to the end of the process; whether it is used at all, read once; two
-// profiling logs; the override bytes.
+// State: the mutex, from its first use to the end of the process; whether it is used at all, read once; the locks
+// whose state died on another thread, under a mutex of their own; two profiling logs; the override bytes.
 #include "U_BigMutex.h"
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 #include "U.h"
 #include "Up_ContextCore.h"
 #include "zvkcore/debug/DebugDatabase.h"
+#include "zvkcore/threads/ThreadID.h"
 
 using zvkcore::debug::CodeProfiler;
 using zvkcore::debug::CodeProfilerManager;
@@ -35,9 +38,65 @@ bool IsBigMutexEnabled()
     return enabled;
 }
 
+// The system lets only the thread that took the mutex give it back. So a lock knows its thread.
+struct HeldLock final : RecursiveMutex::ScopedLock {
+    HeldLock() : ScopedLock{TheBigMutex(), std::defer_lock} {}
+
+    const unsigned long thread = zvkcore::threads::GetCurrentThreadID();
+    std::shared_ptr<HeldLock> next;  // while it waits for its thread
+};
+
+std::shared_ptr<HeldLock> Held(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
+{
+    return std::static_pointer_cast<HeldLock>(lock);  // TakeMutex makes all of them
+}
+
+bool IsOfThisThread(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
+{
+    return Held(lock)->thread == zvkcore::threads::GetCurrentThreadID();
+}
+
+// Locks of states that died on another thread than their own. They are all of one thread, that which has the mutex,
+// and wait here until it passes by.
+struct AbandonedLocks {
+    std::atomic<bool> any{false};  // so that who passes by without one pays a read
+    std::mutex mutex;
+    std::shared_ptr<HeldLock> first;
+};
+
+AbandonedLocks& Abandoned()
+{
+    static auto& abandoned = *new AbandonedLocks;
+    return abandoned;
+}
+
+void Abandon(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
+{
+    AbandonedLocks& abandoned = Abandoned();
+    const std::lock_guard guard{abandoned.mutex};
+    auto held = Held(lock);
+    held->next = std::exchange(abandoned.first, held);
+    abandoned.any = true;
+}
+
+void ReleaseAbandoned()
+{
+    AbandonedLocks& abandoned = Abandoned();
+    if (!abandoned.any) return;
+    std::shared_ptr<HeldLock> mine;
+    {
+        const std::lock_guard guard{abandoned.mutex};
+        if (!abandoned.first || !IsOfThisThread(abandoned.first)) return;
+        mine.swap(abandoned.first);
+        abandoned.any = false;
+    }
+    while (mine) mine = std::exchange(mine->next, nullptr);
+}
+
 std::shared_ptr<RecursiveMutex::ScopedLock> TakeMutex()
 {
-    auto lock = std::make_shared<RecursiveMutex::ScopedLock>(TheBigMutex(), std::defer_lock);
+    ReleaseAbandoned();
+    auto lock = std::make_shared<HeldLock>();
     lock->Lock(kMutexName, kTimeout);
     return lock;
 }
@@ -75,7 +134,10 @@ boost::shared_ptr<U_RenderState> BigMutexState::Create(U_RenderContext* /*contex
 
 ImmutableString BigMutexState::GetStateName() const { return S_StateName; }
 
-BigMutexState::~BigMutexState() = default;
+BigMutexState::~BigMutexState()
+{
+    if (lock && !IsOfThisThread(lock)) Abandon(lock);
+}
 
 bool BigMutexState::SetLock()
 {
@@ -84,7 +146,10 @@ bool BigMutexState::SetLock()
     return true;
 }
 
-void BigMutexState::ClearLock() { lock.reset(); }
+void BigMutexState::ClearLock()
+{
+    if (lock && IsOfThisThread(lock)) lock.reset();
+}
 
 bool BigMutexState::HasLock() const { return lock != nullptr; }
 
@@ -110,6 +175,7 @@ BigMutexLock::BigMutexLock(boost::shared_ptr<U_RenderContext> context)
 BigMutexLock::~BigMutexLock()
 {
     if (BigMutexState* state = StateOf(render_context.lock())) state->ClearLock();
+    ReleaseAbandoned();  // the render may have died elsewhere meanwhile
     total_profiler.reset();
     own_lock.reset();
 }
@@ -120,6 +186,7 @@ BigMutexSuspender::BigMutexSuspender(const boost::shared_ptr<U_RenderContext>& c
     BigMutexState* state = StateOf(context);
     if (!state || !state->HasLock()) return;
     state->ClearLock();
+    if (state->HasLock()) return;  // it is another thread's, which has lent the render: nothing to give up here
     render_context = context;
 }
 

@@ -92,6 +92,28 @@ TEST_F(BigMutex, ALockDiesWithItsRender)
     OnRenderThread([] { const U::BigMutexLock lock{U_RenderContext::MakeNewContext()}; });
 }
 
+TEST_F(BigMutex, ALockGoesBackOnItsOwnThread)
+{
+    std::barrier step{2};
+    auto render = U_RenderContext::MakeNewContext();
+    std::thread owner{[&] {
+        const U::BigMutexLock lock{render};
+        step.arrive_and_wait();
+        step.arrive_and_wait();
+    }};
+    step.arrive_and_wait();
+    {
+        const U::BigMutexSuspender elsewhere{render};
+        EXPECT_TRUE(StateOf(render).HasLock());
+        StateOf(render).ClearLock();
+        EXPECT_TRUE(StateOf(render).HasLock());
+    }
+    render.reset();  // the state dies on this thread, and its lock at the end of the owner's scope
+    step.arrive_and_wait();
+    owner.join();
+    OnRenderThread([] { const U::BigMutexLock lock{U_RenderContext::MakeNewContext()}; });
+}
+
 TEST_F(BigMutex, RendersSerialiseAndSuspendersLetOthersIn)
 {
     constexpr int kThreads = 8, kRounds = 300;
