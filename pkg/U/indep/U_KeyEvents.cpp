@@ -2,6 +2,7 @@
 #include "Up_KeyEvents.h"
 
 #include <mutex>
+#include <utility>
 
 namespace {
 

@@ -1,4 +1,5 @@
-// A terminal as a source of key events: standard input, put into raw mode for the moment of one look.
+// A terminal as a source of key events: standard input, put into raw mode for the moment of one look. One thread
+// looks at a time, or one would take another's raw mode for the mode to put back.
 //
 // Signals wait during the look, so that the terminal's modes are restored on every way out. A process in the
 // background looks at nothing: touching the terminal would stop it. An escape byte with bytes behind it is the
@@ -8,12 +9,17 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <mutex>
+
 #include "Up_KeyEvents.h"
 
 namespace {
 
 constexpr uint16_t kOtherKey = 0xffff;
 constexpr char kEscapeByte = 0x1b;
+constexpr int kLongestSequence = 32;  // longer than any key's; what goes on behind it are keys of its own
+
+constinit std::mutex g_looking;  // from load to exit; held for one look, behind the blocked signals
 
 class RawTerminal {
   public:
@@ -22,6 +28,7 @@ class RawTerminal {
         sigset_t all;
         sigfillset(&all);
         pthread_sigmask(SIG_SETMASK, &all, &m_signals);
+        g_looking.lock();
         if (tcgetpgrp(STDIN_FILENO) != getpgrp() || tcgetattr(STDIN_FILENO, &m_modes) != 0) return;
         termios raw = m_modes;
         raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
@@ -32,6 +39,7 @@ class RawTerminal {
     ~RawTerminal()
     {
         if (m_raw) tcsetattr(STDIN_FILENO, TCSANOW, &m_modes);
+        g_looking.unlock();
         pthread_sigmask(SIG_SETMASK, &m_signals, nullptr);
     }
     RawTerminal(const RawTerminal&) = delete;
@@ -60,7 +68,8 @@ bool NextKey(void* /*refcon*/, uint16_t* key_code)
         *key_code = kU_KeyCode_Escape;
     } else if (byte == '[' || byte == 'O') {
         // The rest of the sequence ends with a byte from '@' to '~'.
-        while (terminal.Read(&byte) && (byte < '@' || byte > '~')) {
+        for (int size = 2; size < kLongestSequence && terminal.Read(&byte); ++size) {
+            if (byte >= '@' && byte <= '~') break;
         }
     }
     return true;
