@@ -90,7 +90,7 @@ U_EXPORT void AddToGroup(const DataGroup& group, const char* key, const U_UTF8St
 /// The direct road to the usage logger, past any provider. Empty when there is no usage logger.
 U_EXPORT DataGroup NewDataGroupImpl(const char* owner, const char* category, const char* subcategory,
                                     zvkcore::utility::Guid guid);
-/// `group` must not be empty.
+/// Does nothing for an empty `group`.
 U_EXPORT void AddToGroupImpl(const DataGroup& group, const char* key, const U_UTF8String& value);
 
 // --- User data in messages ----------------------------------------------------------------------------

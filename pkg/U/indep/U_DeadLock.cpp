@@ -5,6 +5,8 @@
 #include "Up_DeadLock.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 #include "U.h"
 #include "Up_LockOrder.h"
@@ -141,9 +143,11 @@ ScNotifyHoldingMutexLock::~ScNotifyHoldingMutexLock()
 
 bool ScNotifyHoldingMutexLock::IsHoldingLock()
 {
-    const int* count = ScNotifyHoldingMutexLock_GetPerThreadData().FindOrCreate();
-    // Wanted: a thread whose count cannot be had counts as holding a lock, which is the careful answer.
-    return !count || *count > 0;
+    try {
+        return *ScNotifyHoldingMutexLock_GetPerThreadData().FindOrCreate() > 0;
+    } catch (const std::bad_alloc&) {
+        return true;  // wanted: a thread whose count cannot be had counts as holding a lock, the careful answer
+    }
 }
 
 std::shared_ptr<std::shared_ptr<GateOpener>> WrapGateOpener(const std::shared_ptr<GateOpener>& opener)

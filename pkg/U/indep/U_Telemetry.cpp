@@ -131,7 +131,7 @@ DataGroup NewDataGroupImpl(const char* owner, const char* category, const char* 
 
 void AddToGroupImpl(const DataGroup& group, const char* key, const U_UTF8String& value)
 {
-    group->Add(key, value);
+    if (group) group->Add(key, value);
 }
 
 // --- User data in messages ----------------------------------------------------------------------------
