@@ -5,6 +5,7 @@
 #include "Entries.h"
 #include "zlexp_Dictionary.h"
 #include "zlexp_Escapes.h"
+#include "zlexp_StoredForm.h"
 #include "zvkcore/string/Convert.h"
 
 namespace zdict {
@@ -12,8 +13,6 @@ namespace {
 
 using zlex_private::ByteRun;
 using zlex_private::DictionaryReader;
-
-constexpr std::string_view kMagic = "ZString Binary Format";
 
 UTF16String TextOf(ByteRun run)
 {
@@ -138,7 +137,7 @@ bool IsUTF16(std::string_view bytes)
 
 Content ReadContent(std::string_view bytes)
 {
-    if (bytes.starts_with(kMagic)) return StoredContent(bytes);
+    if (bytes.starts_with(zlex_private::kMagic)) return StoredContent(bytes);
     UTF16String converted;
     if (!IsUTF16(bytes) && !zvkcore::string::TryUTF8to16(zvkcore::string::Units(bytes), converted)) {
         throw BadDictionary("neither a stored dictionary nor text in UTF-8 or UTF-16");

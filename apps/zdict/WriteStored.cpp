@@ -8,13 +8,11 @@
 #include "Entries.h"
 #include "zlexp_ByteRun.h"
 #include "zlexp_Farray.h"
+#include "zlexp_StoredForm.h"
 
 namespace zdict {
 namespace {
 
-constexpr std::string_view kMagic = "ZString Binary Format";
-constexpr char kMajor = 2;
-constexpr char kMinor = 1;
 constexpr char kUnused = 0;
 
 // Appends fields in the byte order of the block.
@@ -22,8 +20,8 @@ class Block {
   public:
     explicit Block(bool swapped) : m_swapped(swapped)
     {
-        m_bytes += kMagic;
-        m_bytes += {kMajor, kMinor, kUnused, static_cast<char>(swapped ? 1 : 0)};
+        m_bytes += zlex_private::kMagic;
+        m_bytes += {zlex_private::kMajor, zlex_private::kMinor, kUnused, static_cast<char>(swapped ? 1 : 0)};
     }
 
     void Bytes(std::string_view bytes) { m_bytes += bytes; }

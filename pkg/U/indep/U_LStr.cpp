@@ -269,7 +269,8 @@ int Up_ZLStrBirth()
     return U_TrySection([] {
         auto fresh = std::make_unique<Up_ZEmancipator>();
         const boost::lock_guard<boost::mutex> lock(g_emancipatorMutex);
-        g_emancipator = std::move(fresh);
+        // A second birth is not refused; the texts of the first one are in use.
+        if (!g_emancipator) g_emancipator = std::move(fresh);
     });
 }
 

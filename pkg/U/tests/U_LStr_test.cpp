@@ -63,6 +63,8 @@ TEST_F(LStr, ConvertsOnceALanguage)
     EXPECT_STREQ(Look(1, 1), "one \u2014");
     EXPECT_EQ(Look(1), m_rows[1].localized);
     EXPECT_EQ(m_header.flags, unsigned{U_LStrCache_HELD});
+    ASSERT_EQ(Up_ZLStrBirth(), 0);  // a second birth takes no text away
+    EXPECT_STREQ(Look(1), "eins");
 
     ASSERT_EQ(Up_ZLStrDeath(), 0);
     EXPECT_EQ(m_rows[1].localized, nullptr);

@@ -8,19 +8,11 @@
 #include <cstring>
 
 #include "zlexp_Escapes.h"
+#include "zlexp_StoredForm.h"
 #include "zlexp_Unicode.h"
 
 namespace zlex_private {
 namespace {
-
-// The header of the stored form.
-constexpr std::string_view kMagic = "ZString Binary Format";
-static_assert(kMagic.size() == 21);
-constexpr size_t kMajorAt = 21;
-constexpr size_t kMinorAt = 22;
-constexpr size_t kVersionAt = 23;  // a byte that the readers are given; none uses it any more
-constexpr size_t kOrderAt = 24;    // from minor 1 on
-constexpr char kMajor = 2;
 
 bool IsStored(const char* data, size_t size)
 {
