@@ -39,10 +39,12 @@ int64_t Number(std::string_view text, const std::string& value, const char* why)
 
 T_Time Fit(int64_t num, int64_t den, const std::string& value)
 {
+    constexpr const char* kWhy = "does not fit an exact time";
+    if (num == INT64_MIN) Refuse(value, kWhy);  // it has no magnitude to divide
     const int64_t divisor = std::gcd(num, den);
     num /= divisor;
     den /= divisor;
-    if (num < -INT32_MAX || num > INT32_MAX || den > UINT32_MAX) Refuse(value, "does not fit an exact time");
+    if (num < -INT32_MAX || num > INT32_MAX || den > UINT32_MAX) Refuse(value, kWhy);
     return {static_cast<int32_t>(num), static_cast<uint32_t>(den)};
 }
 
