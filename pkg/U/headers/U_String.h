@@ -27,8 +27,9 @@ extern "C" {
 #endif
 
 // --- The application text encoding -------------------------------------------------------------------------
-// An encoding is a number; its low 16 bits are the script. These are the ones that the conversions know. The
-// first and the last need no locale of the system; what the others need is told at `U_CharByteFromScript`.
+// An encoding is a number; its low 16 bits are the script. These are the ones that the conversions know. As the
+// application's, choose one of the first group or UTF-8: characters of several bytes are known in the scripts 1, 3,
+// 25 and 256 (`U_CharByteFromScript`), in every other one each byte counts as a character.
 
 enum {
     U_ENCODING_MAC_ROMAN = 0,
@@ -37,12 +38,14 @@ enum {
     U_ENCODING_MAC_KOREAN = 3,
     U_ENCODING_MAC_CYRILLIC = 7,
     U_ENCODING_MAC_CHINESE_SIMPLIFIED = 25,
+
     U_ENCODING_WINDOWS_JAPANESE = 1056,            ///< code page 932
     U_ENCODING_WINDOWS_CHINESE_SIMPLIFIED = 1057,  ///< code page 936
     U_ENCODING_WINDOWS_KOREAN = 1058,              ///< code page 949
     U_ENCODING_WINDOWS_LATIN1 = 1280,              ///< code page 1252
     U_ENCODING_WINDOWS_CYRILLIC = 1282,            ///< code page 1251
     U_ENCODING_GB18030 = 1586,
+
     U_ENCODING_UTF8 = 0x8000100
 };
 
