@@ -1,11 +1,13 @@
 // The encodings by number, on ICU's converters. A converter has state and is dear to open, so each thread keeps
-// those that it used. ICU never shows outside this file.
+// those that it used. Toward 16 bits, what a converter gives for one and two bytes is kept in rows that all
+// threads share. ICU never shows outside this file.
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -86,51 +88,82 @@ UConverter* ConverterOf(const Encoding& encoding)
     return entry.get();
 }
 
-// The converter of code page 932 turns three control characters round: 1A, 1C and 7F stand for one another.
-// Everywhere else control characters are themselves, and here they are made so.
-constexpr unsigned short kTurned[] = {0x1A, 0x1C, 0x7F};
-
-void TurnControls(unsigned short* text, size_t size, bool forEncoding)
+// Converts into the caller's `room` units. Gives their count, -1 for bytes that are not valid.
+ptrdiff_t DecodeByConverter(std::string_view text, UConverter* converter, unsigned short* units, size_t room)
 {
-    for (unsigned short* unit = text; unit != text + size; ++unit) {
-        const auto* found = std::find(std::begin(kTurned), std::end(kTurned), *unit);
-        if (found == std::end(kTurned)) continue;
-        const auto at = static_cast<size_t>(found - kTurned);
-        *unit = kTurned[(at + (forEncoding ? 1 : 2)) % std::size(kTurned)];
+    UErrorCode error = U_ZERO_ERROR;
+    UChar* const start = ReadAs<UChar>(units);
+    UChar* target = start;
+    const char* source = text.data();
+    ucnv_toUnicode(converter, &target, start + room, &source, source + text.size(), nullptr, true, &error);
+    if (U_SUCCESS(error)) return target - start;
+    ucnv_resetToUnicode(converter);  // a conversion that comes to its end does so itself
+    return -1;
+}
+
+// The characters that begin with one byte, as the converter gives them: the byte alone, or with each second byte.
+struct LeadRow {
+    unsigned short single;
+    unsigned short pairs[256];
+};
+constexpr unsigned short kNone = 0xFFFF;  // no character of any encoding
+
+// Made at the first use of their byte, by whichever thread comes first, and kept to the end of the process.
+std::atomic<const LeadRow*> g_leadRows[std::size(kEncodings)][128];
+
+unsigned short DecodeOne(std::string_view character, UConverter* converter)
+{
+    unsigned short units[2];
+    const ptrdiff_t count = DecodeByConverter(character, converter, units, std::size(units));
+    return count == 1 ? units[0] : kNone;
+}
+
+const LeadRow& LeadRowOf(const Encoding& encoding, UConverter* converter, unsigned char lead)
+{
+    std::atomic<const LeadRow*>& entry = g_leadRows[&encoding - kEncodings][lead - 0x80];
+    if (const LeadRow* known = entry.load(std::memory_order_acquire)) return *known;
+    auto row = std::make_unique<LeadRow>();
+    char character[] = {static_cast<char>(lead), 0};
+    row->single = DecodeOne({character, 1}, converter);
+    for (size_t second = 0; second < std::size(row->pairs); ++second) {
+        character[1] = static_cast<char>(second);
+        row->pairs[second] = row->single == kNone ? DecodeOne({character, 2}, converter) : kNone;
     }
+    const LeadRow* made = row.get();
+    const LeadRow* other = nullptr;
+    if (!entry.compare_exchange_strong(other, made, std::memory_order_acq_rel)) return *other;
+    return *row.release();
 }
 
-bool HasTurnedControl(std::string_view text)
-{
-    return std::any_of(std::begin(kTurned), std::end(kTurned),
-                       [=](unsigned short unit) { return text.find(static_cast<char>(unit)) != text.npos; });
-}
-
-// Converts into the caller's units; no byte of these encodings becomes more than one. ASCII in front, which is most
-// of most texts, is itself in each of them. Gives the count of units, -1 for bytes that are not valid.
+// Converts into the caller's units; no byte of these encodings becomes more than one. ASCII is itself in each of
+// them. What the rows lack, which is the characters of four bytes and what is not valid, is the converter's.
 ptrdiff_t Decode(std::string_view text, const Encoding& encoding, UConverter* converter,
                  unsigned short* units)
 {
-    size_t ascii = 0;
-    for (; ascii < text.size() && static_cast<unsigned char>(text[ascii]) < 0x80; ++ascii) {
-        units[ascii] = static_cast<unsigned char>(text[ascii]);
+    const unsigned short* const start = units;
+    const unsigned short* const end = units + text.size();
+    for (size_t at = 0; at < text.size();) {
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (byte < 0x80) {
+            *units++ = byte;
+            ++at;
+            continue;
+        }
+        const LeadRow& row = LeadRowOf(encoding, converter, byte);
+        const bool isPair = row.single == kNone;
+        const bool hasSecond = at + 1 < text.size();
+        const unsigned short unit = !isPair     ? row.single
+                                    : hasSecond ? row.pairs[static_cast<unsigned char>(text[at + 1])]
+                                                : kNone;
+        if (unit == kNone) {
+            const ptrdiff_t rest =
+                DecodeByConverter(text.substr(at), converter, units, static_cast<size_t>(end - units));
+            return rest < 0 ? -1 : units - start + rest;
+        }
+        *units++ = unit;
+        at += isPair ? 2 : 1;
     }
-    const std::string_view rest = text.substr(ascii);
-    if (rest.empty()) return static_cast<ptrdiff_t>(ascii);
-
-    UErrorCode error = U_ZERO_ERROR;
-    UChar* const start = ReadAs<UChar>(units + ascii);
-    UChar* target = start;
-    const char* source = rest.data();
-    ucnv_toUnicode(converter, &target, start + rest.size(), &source, source + rest.size(), nullptr, true,
-                   &error);
-    if (U_FAILURE(error)) {
-        ucnv_resetToUnicode(converter);  // a conversion that comes to its end does so itself
-        return -1;
-    }
-    const auto count = static_cast<size_t>(target - start);
-    if (encoding.turned && HasTurnedControl(rest)) TurnControls(units + ascii, count, false);
-    return static_cast<ptrdiff_t>(ascii + count);
+    return units - start;
 }
 
 bool Decode(std::string_view text, const Encoding& encoding, U_UTF16String& out)
@@ -149,15 +182,24 @@ bool Decode(std::string_view text, const Encoding& encoding, U_UTF16String& out)
     return count >= 0;
 }
 
+// The converter of code page 932 turns three control characters round: 1A, 1C and 7F stand for one another.
+// Everywhere else control characters are themselves, and here they are made so.
+constexpr unsigned short kTurned[] = {0x1A, 0x1C, 0x7F};
+
+U_UTF16String TurnControls(U_UTF16String text)
+{
+    for (unsigned short& unit : text) {
+        const auto* found = std::find(std::begin(kTurned), std::end(kTurned), unit);
+        if (found != std::end(kTurned)) unit = kTurned[(found - kTurned + 1) % std::size(kTurned)];
+    }
+    return text;
+}
+
 bool Encode(const U_UTF16String& text, const Encoding& encoding, bool strict, std::string& out)
 {
     UConverter* const converter = ConverterOf(encoding);
     if (!converter) return false;
-    U_UTF16String turned;
-    if (encoding.turned) {
-        turned = text;
-        TurnControls(turned.data(), turned.size(), true);
-    }
+    const U_UTF16String turned = encoding.turned ? TurnControls(text) : U_UTF16String{};
     const U_UTF16String& units = encoding.turned ? turned : text;
 
     out.resize(text.size() * encoding.bytesAUnit);
