@@ -5,7 +5,7 @@
 // newlocale of glibc 2.36 loses the list that it makes of LOCPATH, once each call.
 extern "C" const char* __lsan_default_suppressions()
 {
-    return "leak:__argz_add_sep";
+    return "leak:argz_add_sep";
 }
 
 namespace {
