@@ -8,6 +8,7 @@
 #include <atomic>
 #include <mutex>
 #include <system_error>
+#include <typeinfo>
 #include <utility>
 
 #include "U.h"
@@ -46,20 +47,17 @@ struct HeldLock final : RecursiveMutex::ScopedLock {
     std::shared_ptr<HeldLock> next;  // while it waits for its thread
 };
 
-std::shared_ptr<HeldLock> Held(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
+// TakeMutex makes every lock, so each is a HeldLock.
+bool IsOfThisThread(const RecursiveMutex::ScopedLock& lock)
 {
-    return std::static_pointer_cast<HeldLock>(lock);  // TakeMutex makes all of them
-}
-
-bool IsOfThisThread(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
-{
-    return Held(lock)->thread == zvkcore::threads::GetCurrentThreadID();
+    return static_cast<const HeldLock&>(lock).thread == zvkcore::threads::GetCurrentThreadID();
 }
 
 // Locks of states that died on another thread than their own. They are all of one thread, that which has the mutex,
 // and wait here until it passes by.
+constinit std::atomic<bool> g_anyAbandoned{false};  // so that who passes by without one pays a read
+
 struct AbandonedLocks {
-    std::atomic<bool> any{false};  // so that who passes by without one pays a read
     std::mutex mutex;
     std::shared_ptr<HeldLock> first;
 };
@@ -74,21 +72,21 @@ void Abandon(const std::shared_ptr<RecursiveMutex::ScopedLock>& lock)
 {
     AbandonedLocks& abandoned = Abandoned();
     const std::lock_guard guard{abandoned.mutex};
-    auto held = Held(lock);
+    auto held = std::static_pointer_cast<HeldLock>(lock);
     held->next = std::exchange(abandoned.first, held);
-    abandoned.any = true;
+    g_anyAbandoned = true;
 }
 
 void ReleaseAbandoned()
 {
+    if (!g_anyAbandoned) return;
     AbandonedLocks& abandoned = Abandoned();
-    if (!abandoned.any) return;
     std::shared_ptr<HeldLock> mine;
     {
         const std::lock_guard guard{abandoned.mutex};
-        if (!abandoned.first || !IsOfThisThread(abandoned.first)) return;
+        if (!abandoned.first || !IsOfThisThread(*abandoned.first)) return;
         mine.swap(abandoned.first);
-        abandoned.any = false;
+        g_anyAbandoned = false;
     }
     while (mine) mine = std::exchange(mine->next, nullptr);
 }
@@ -104,7 +102,11 @@ std::shared_ptr<RecursiveMutex::ScopedLock> TakeMutex()
 BigMutexState* StateOf(const boost::shared_ptr<U_RenderContext>& context)
 {
     if (!context) return nullptr;
-    return dynamic_cast<BigMutexState*>(context->GetState(BigMutexState::S_StateName).get());
+    U_RenderState* state = Up_ContextCore<U_RenderContext>::PeekState(*context, BigMutexState::S_StateName);
+    if (!state) return nullptr;
+    // Nearly always the library's own class, and comparing types is much cheaper than the cast.
+    if (typeid(*state) == typeid(BigMutexState)) return static_cast<BigMutexState*>(state);
+    return dynamic_cast<BigMutexState*>(state);
 }
 
 // Logs live for the process, so that a profiler of a late scope still has one.
@@ -136,7 +138,7 @@ ImmutableString BigMutexState::GetStateName() const { return S_StateName; }
 
 BigMutexState::~BigMutexState()
 {
-    if (lock && !IsOfThisThread(lock)) Abandon(lock);
+    if (lock && !IsOfThisThread(*lock)) Abandon(lock);
 }
 
 bool BigMutexState::SetLock()
@@ -148,7 +150,7 @@ bool BigMutexState::SetLock()
 
 void BigMutexState::ClearLock()
 {
-    if (lock && IsOfThisThread(lock)) lock.reset();
+    if (lock && IsOfThisThread(*lock)) lock.reset();
 }
 
 bool BigMutexState::HasLock() const { return lock != nullptr; }

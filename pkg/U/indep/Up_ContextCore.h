@@ -261,6 +261,13 @@ struct Up_ContextCore {
         const auto found = context.m_states.find(name);
         return found == context.m_states.end() ? nullptr : found->second;
     }
+
+    /// The same without a share in the state, for a caller that holds the context.
+    static typename Context::State* PeekState(const Context& context, const Name& name)
+    {
+        const auto found = context.m_states.find(name);
+        return found == context.m_states.end() ? nullptr : found->second.get();
+    }
 };
 
 #endif

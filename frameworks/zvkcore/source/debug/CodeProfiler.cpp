@@ -89,10 +89,10 @@ void CodeProfilerManager::Reset() noexcept
     }
 }
 
-CodeProfiler::CodeProfiler(std::shared_ptr<ProfileDataLog> log) noexcept
+CodeProfiler::CodeProfiler(const std::shared_ptr<ProfileDataLog>& log) noexcept
 {
     if (log == nullptr || log->Level() > CodeProfilerManager::Get().GetProfilingVolume()) return;
-    m_log = std::move(log);
+    m_log = log;
     m_start = std::chrono::steady_clock::now();
 }
 

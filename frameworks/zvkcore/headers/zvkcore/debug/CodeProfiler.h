@@ -88,7 +88,7 @@ class ZVKCORE_EXPORT CodeProfilerManager {
 class ZVKCORE_EXPORT CodeProfiler {
   public:
     /// log      may be empty: nothing is measured then
-    explicit CodeProfiler(std::shared_ptr<ProfileDataLog> log) noexcept;
+    explicit CodeProfiler(const std::shared_ptr<ProfileDataLog>& log) noexcept;
     CodeProfiler(const CodeProfiler&) = delete;
     CodeProfiler& operator=(const CodeProfiler&) = delete;
     ~CodeProfiler();
