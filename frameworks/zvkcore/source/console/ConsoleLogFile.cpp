@@ -1,8 +1,9 @@
 // The file layer of spdlog, used as an object of our own: its registry is one a shared object and dies at exit. The
 // text comes finished, so nothing above that layer (time, pattern, level) is wanted.
 //
-// State: the one instance and g_file, made at first use and never destroyed; guard: g_file.guard, held across a
-// write. The C library flushes the buffer when the process ends normally.
+// State: the one instance and its file, made in place at first use, so that asking for them never lacks memory, and
+// never destroyed; guard: the file's, held across a write. The C library flushes the buffer when the process ends
+// normally.
 #include "zvkcore/console/ConsoleLogFile.h"
 
 #include <spdlog/details/file_helper.h>
@@ -10,6 +11,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "zvkcore/debug/Trace.h"
@@ -36,8 +38,9 @@ struct File {
 
 File& TheFile()
 {
-    static File* const file = new File;
-    return *file;
+    alignas(File) static unsigned char s_room[sizeof(File)];
+    static File* const s_file = new (s_room) File;
+    return *s_file;
 }
 
 std::unique_ptr<spdlog::details::file_helper> OpenHelper(const char* path, bool append)
@@ -62,8 +65,8 @@ void LeaveTrace()
 
 ConsoleLogFile* ConsoleLogFile::GetInstance() noexcept
 {
-    static ConsoleLogFile* const instance = new ConsoleLogFile;
-    return instance;
+    static constinit ConsoleLogFile s_instance;
+    return &s_instance;
 }
 
 bool ConsoleLogFile::Open(const char* path, bool append) noexcept
