@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <string_view>
 
 #include "ALOGp.h"
@@ -48,14 +49,25 @@ inline bool HasLogFile() noexcept
     return g_hasLogFile.load(std::memory_order_relaxed) || AskLogFile();
 }
 
-bool IsTraceEnabled()
+// A question that fails, for lack of memory say, loses its line: logging never makes the logged work fail.
+[[gnu::cold, gnu::noinline]] void AskTrace() noexcept
+{
+    bool enabled = false;
+    try {
+        enabled = zvkcore::debug::TraceEnabled(kTraceName, kTraceLevel, true);
+    } catch (const std::exception&) {
+        sTraceChangeCount.store(0, std::memory_order_release);  // the next line asks again
+    }
+    g_traceEnabled.store(enabled, std::memory_order_release);
+}
+
+bool IsTraceEnabled() noexcept
 {
     const uint32_t now = zvkcore::debug::TraceChangeCount();
     // The plain read first, so that threads which log do not write to one word in turn.
     if (sTraceChangeCount.load(std::memory_order_acquire) != now &&
         sTraceChangeCount.exchange(now, std::memory_order_acq_rel) != now) {
-        g_traceEnabled.store(zvkcore::debug::TraceEnabled(kTraceName, kTraceLevel, true),
-                             std::memory_order_release);
+        AskTrace();
     }
     return g_traceEnabled.load(std::memory_order_acquire);
 }

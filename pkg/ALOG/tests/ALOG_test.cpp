@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ALOGp_Format.h"
+#include "FailingAllocator.h"
 #include "zvkcore/console/ConsoleLogFile.h"
 #include "zvkcore/debug/Trace.h"
 
@@ -173,6 +174,26 @@ TEST(WithoutLogFile, StaysSilentEvenWhenAFileAppearsLater)
             RecordLines();
             ALOG_sprintf(0, "U", "Birth", "%s", "after");
             std::exit(opened && g_lines.empty() ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// Each in a process of its own, as both questions are asked anew there.
+TEST(WithoutMemory, TheFirstLineIsLostAndNothingElse)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto logWithoutMemory = [] {
+        const qltest::FailingAllocator fail(1, qltest::FailingAllocator::kFromThereOn);
+        ALOG_Log(0, "U", "Birth", "lost");
+    };
+    EXPECT_EXIT((logWithoutMemory(), std::exit(0)), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(
+        {
+            OpenLogFile();
+            RecordLines();
+            logWithoutMemory();
+            ALOG_Log(0, "U", "Birth", "kept");
+            std::exit(g_lines.size() == 1 && g_lines[0].text == "U Birth kept\n" ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
 }
