@@ -30,6 +30,8 @@ class U_TraceLine {
             Write(build());
         } catch (const std::exception&) {
             return;  // the line is lost, the work goes on
+        } catch (int) {
+            return;  // an error code of what the line asks for
         }
     }
 
