@@ -23,12 +23,12 @@ Err Up_AssertFailed(const char* expression, const char* file, int line)
     return U_Err_NONE;
 }
 
-Err Up_AssertImpl(const char* expression, const char* message, const char* file, int line,
+Err Up_AssertImpl(const char* message, const char* expression, const char* file, int line,
                   unsigned char* result)
 {
     bool ignore = false;
     const bool breaks = zvkcore::debug::BreakAfterAssertDialog(
-        &ignore, expression, message, file, line,
+        &ignore, message, expression, file, line,
         "std::int32_t Up_AssertImpl(const char *, const char *, const char *, int, Boolean *)");
     if (breaks && zvkcore::debug::IsDebuggerAttached()) zvkcore::debug::BreakIntoDebugger();
     if (result) *result = ignore;

@@ -116,7 +116,7 @@ Err Up_AssertFailed(const char* expression, const char* file, int line);
 
 /// Asks the assertion dialog, and breaks into a debugger when it says so. `*result` receives whether to
 /// ignore this assertion from now on. Returns 0.
-Err Up_AssertImpl(const char* expression, const char* message, const char* file, int line,
+Err Up_AssertImpl(const char* message, const char* expression, const char* file, int line,
                   unsigned char* result);
 
 /// Sends a failed assertion to `zvkcore::debug::DoSimpleAssert`, and breaks into a debugger when it says so
