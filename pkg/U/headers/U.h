@@ -43,8 +43,9 @@ U_EXPORT Err U_Birth(const char* name, unsigned char runningAsLibrary);
 
 /// Stops the library: shows what is still posted, then undoes the birth. What is reported later is lost.
 ///
-/// returns  0; 0x1701 when the library is not born; 2 when its record is damaged. After a failure only the
-///          references for dialogs have been dropped
+/// returns  0; 0x1701 when the library is not born and 2 when its record is damaged, where only the references
+///          for dialogs have been dropped. Any other code is that of an exception on the way, such as one that
+///          a dialog presenter threw; the library is unborn all the same
 U_EXPORT Err U_Death(void);
 
 /// Whether the last birth was told that the host runs the library as a library.

@@ -11,6 +11,7 @@
 #include "U_BigMutex.h"
 #include "U_ErrState.h"
 #include "U_Memory.h"
+#include "U_String.h"
 #include "U_ZString.h"
 #include "Up_Err.h"
 #include "Up_ErrText.h"
@@ -70,7 +71,7 @@ Err MakeRecord(const char* name)
     auto* record = new (*handle) U_GlobalsRecord{};
     record->headMagic = Up_kMagic;
     record->tailMagic = Up_kMagic;
-    std::snprintf(record->name, sizeof record->name, "%s", name);
+    U_CopyString(name, sizeof record->name, record->name);
     record->mutex = mutex.release();
     Up_G_id = handle;
     return U_Err_NONE;
@@ -137,6 +138,42 @@ void AbandonBirth(const char* name)
     Up_RemoveReportingNewHandler();
 }
 
+// --- Steps of a death ------------------------------------------------------------------------------------
+
+void RemoveProcessHandlers()
+{
+    if (g_isRunningAsLibrary) return;
+    Up_RemoveTerminateHandler();
+    SetupHardwareExceptionHandling(false);
+}
+
+// The last chance of what is posted. A dialog that throws costs its own error only: each attempt takes at least
+// one error off the list, and there are no more attempts than errors, as a failure may be posted in turn.
+Err ShowAllPosted()
+{
+    Err first = U_Err_NONE;
+    for (int attempts = U_GetNumPostedErrors(); attempts > 0; --attempts) {
+        const Err code = U_TrySection(U_DisplayPostedErrors);
+        if (code == U_Err_NONE) break;
+        if (first == U_Err_NONE) first = code;
+    }
+    return first;
+}
+
+/// Runs every step, whatever another one throws (a dialog, say), so that no half of a library is left behind.
+/// Gives the first code that is not 0.
+template <class... Steps>
+Err RunAll(Steps&&... steps)
+{
+    Err first = U_Err_NONE;
+    const auto run = [&](auto&& step) {
+        const Err code = U_TrySection(step);
+        if (first == U_Err_NONE) first = code;
+    };
+    (run(steps), ...);
+    return first;
+}
+
 }  // namespace
 
 Err U_Birth(const char* name, unsigned char runningAsLibrary)
@@ -159,22 +196,10 @@ Err U_Death()
     const Err code = Up_CheckMagic(Up_Routine_Death, nullptr);
     U_SetSketchbotValuesForUErrors(nullptr, {});
     if (code != 0) return code;
-    U_RenderContext::UnregisterState(U::BigMutexState::S_StateName);
-    if (!g_isRunningAsLibrary) {
-        Up_RemoveTerminateHandler();
-        SetupHardwareExceptionHandling(false);
-    }
-    // Both speak to the user, for the last time. What a dialog throws does not leave half a library behind.
-    U_TrySection(Up_TerminateHogs);
-    U_TrySection(U_DisplayPostedErrors);
-    Up_ZLStrDeath();
-    U_ZLocaleDeath();
-    DestroyRecord();
-    Up_RemoveReportingNewHandler();
-    Up_TerminateMemorySubsystem();
-    U_TrySection(Up_DeathTranslators);
-    Up_DeathErrors();
-    return code;
+    return RunAll([] { U_RenderContext::UnregisterState(U::BigMutexState::S_StateName); },
+                  RemoveProcessHandlers, Up_TerminateHogs, ShowAllPosted, Up_ZLStrDeath, U_ZLocaleDeath,
+                  DestroyRecord, Up_RemoveReportingNewHandler, Up_TerminateMemorySubsystem,
+                  Up_DeathTranslators, Up_DeathErrors);
 }
 
 bool U_IsQLRunningAsLibrary()

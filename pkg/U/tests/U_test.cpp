@@ -124,7 +124,9 @@ INSTANTIATE_TEST_SUITE_P(
     Lengths, Name,
     testing::Values(NameRow{"Sample", "Sample"}, NameRow{"", ""}, NameRow{nullptr, ""},
                     NameRow{"123456789012345678901234567890", "123456789012345678901234567890"},
-                    NameRow{"1234567890123456789012345678901", "123456789012345678901234567890"}));
+                    NameRow{"1234567890123456789012345678901", "123456789012345678901234567890"},
+                    // A character that would be cut in two goes whole.
+                    NameRow{"12345678901234567890123456789\u00e9", "12345678901234567890123456789"}));
 
 TEST_F(Globals, DamageIsReportedByEveryRoutineThatChecks)
 {
