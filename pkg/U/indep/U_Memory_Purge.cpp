@@ -74,12 +74,13 @@ class Purge {
         for (;;) {
             const Up_Amounts amounts = Up_AmountsFor(!m_recycled, m_request);
             if (amounts.amount == 0) return TraceUnderThreshold(amounts);
-            if (m_lastUsed != 0 && amounts.used >= m_lastUsed) {
+            if (!m_isFirstRound && amounts.used >= m_lastUsed) {
                 if (!TakeFromPool(amounts.amount)) return;
             } else if (!AskHost(amounts.amount)) {
                 return;
             }
             m_lastUsed = amounts.used;
+            m_isFirstRound = false;  // a flag of its own: in use may be 0, when the probe says so
         }
     }
 
@@ -131,6 +132,7 @@ class Purge {
     unsigned long long m_request;
     bool m_recycled;
     unsigned long long m_lastUsed = 0;
+    bool m_isFirstRound = true;
     bool m_purgeRecycled = false;  // the host's answer, which persists over the rounds
 };
 

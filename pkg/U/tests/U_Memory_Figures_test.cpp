@@ -154,6 +154,16 @@ class DirectFigures : public Figures {
     }
 };
 
+TEST_F(DirectFigures, OfNothingInUseEndAPurgeThatFreesNothing)
+{
+    Machine::virtualBytes = Machine::resident = 0;
+    MEM_SetMemUsageLimits(kMiB, 2 * kMiB);
+    int calls = 0;
+    OnPurge([&](uint64_t, uint64_t, bool*) { return ++calls < 100 ? 0 : 1; });
+    Up_MakeRoomForBlock(4 * kMiB, false);
+    EXPECT_EQ(calls, 1);
+}
+
 TEST_F(DirectFigures, StandForUse)
 {
     EXPECT_EQ(Stat(0), 2 * kGiB);
