@@ -8,12 +8,11 @@
 /// a file that appears later stays empty. Enabling or disabling the trace takes effect at the next line.
 ///
 /// Without a console log file a call costs two byte reads. This is a log for people: it has no levels to
-/// filter by
-/// (`level` is a plain word), no structure and no rotation.
+/// filter by (`level` is a plain word), no structure and no rotation.
 ///
-/// threads  any, at once
-/// encoding bytes are passed on as given; the library itself logs UTF-8
-/// errors   none: every function returns 0
+/// threads   any, at once
+/// encoding  bytes are passed on as given; the library itself logs UTF-8
+/// errors    none: every function returns 0. A line that cannot be written, for lack of memory say, is lost
 #ifndef ALOG_H
 #define ALOG_H
 
@@ -28,8 +27,7 @@
 #define ALOG_FORMAT(text, first)
 #endif
 
-/// The most bytes that a line holds, module, level and blanks included, the newline not. What is longer is
-/// cut.
+/// The most bytes that a line holds, module, level and blanks included, the newline not. Longer ones are cut.
 enum { ALOG_kLineSize = 2069 };
 
 #ifdef __cplusplus

@@ -34,8 +34,8 @@ MEMp_BlockHeader* MallocWithHeader(unsigned long size)
 {
     MEMp_BlockHeader* header = MallocWithHeader(size);
     if (!header) return nullptr;
-    // Wanted: a fresh block keeps the low 32 bits of its size, a resized one all 64, while the count takes all of
-    // it. Blocks of 4 GiB and more are made by resizing, then; the front door refuses them anyway.
+    // Wanted: a fresh block keeps the low 32 bits of its size, a resized one all 64, while the count takes
+    // all of it. Blocks of 4 GiB and more are made by resizing, then; the front door refuses them anyway.
     header->size = static_cast<std::uint32_t>(size);
     header->heap = heap;
     MEMp_G_heapBytes.Add(static_cast<std::int64_t>(size + kHeader));

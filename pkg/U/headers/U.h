@@ -28,14 +28,12 @@ extern "C" {
 
 /// Starts the library and registers the calling thread as a main thread.
 ///
-/// name               the program's name: it stands in front of every report. Cut at 30 bytes
-/// runningAsLibrary   0: the library takes SIGBUS, SIGILL, SIGSEGV and SIGUSR1 and the terminate handler, so
-/// that a
-///                    crash reaches the host's unhandled-exception handler. 1: the process belongs to
-///                    somebody else and nothing of the kind is touched
-/// returns  0, or the code of the first step that failed: 4 when memory ran out. After a failure the library
-/// is
-///          unborn; services that had started stay up and are taken over by the next birth
+/// name              the program's name, in front of every report. Cut at 30 bytes, on a character boundary
+/// runningAsLibrary  0: the library takes SIGBUS, SIGILL, SIGSEGV and SIGUSR1 and the terminate handler, so
+///                   that a crash reaches the host's unhandled-exception handler. 1: the process belongs to
+///                   somebody else and nothing of the kind is touched
+/// returns           0, or the code of the first step that failed: 4 when memory ran out. After a failure the
+///                   library is unborn; services that had started stay up, for the next birth to take over
 ///
 /// A second birth without a death between is not refused: it builds everything anew and loses the first
 /// record.
@@ -199,15 +197,12 @@ class U_EXPORT U_InterFrameRenderThreadRegistration {
 /// Registers a translator: something that knows an exception type and gives it an error code.
 ///
 /// when     `U_TrySection` met a `std::exception` that is neither `std::bad_alloc` nor `std::bad_cast`.
-/// Translators
-///          are asked one thread at a time, the latest registered first, until one returns true
+///          Translators are asked one thread at a time, the latest registered first, until one returns true
 /// must     return true and write the code, or return false. May register and unregister; must not throw
-/// (then it
-///          counts as one that does not know the exception)
-/// default  the exception is logged, "Unknown Exception." is reported as a warning, and the code is 14
+///          (then it counts as one that does not know the exception)
+/// default  a line in the log, the warning "Unknown Exception.", and the code 14
 /// returns  the key to unregister it with, from 100 up; 0 when the library is not born. A birth starts
-/// without
-///          translators
+///          without translators
 U_EXPORT unsigned U_RegisterExceptionTranslatorImpl(std::function<bool(std::exception*, int*)> translator);
 
 /// Takes a translator out. An unknown key is ignored.

@@ -13,13 +13,13 @@
 ///   U_Sev_FATAL         "Name can't continue: "    yes       yes          yes, and the library is dead
 ///   U_Sev_CONTINUED     two blanks                 no        no           no
 ///   U_Sev_DEBUG         "Name debug info: "        no        no           yes
-///   U_Sev_LEAK          "Name warning: "           no        no           yes, not shown after a fatal
-///   report
+///   U_Sev_LEAK          "Name warning: "           no        no           yes
 ///
 /// In this order: the log line, the logging callbacks, the last error of the thread, the count, and then the
 /// dialog: shown at once on the UI thread, posted on every other (`U_DisplayPostedErrors` shows what is
-/// posted). A thread can silence its reports or gather them for a while (U_ErrState.h); a fatal report
-/// ignores that. A report made while the same thread is inside one vanishes.
+/// posted). A leak is not shown after a fatal report. A thread can silence its reports or gather them for a
+/// while (U_ErrState.h); a fatal report ignores that. A report made while the same thread is inside one
+/// vanishes.
 ///
 /// Any thread may report, between `U_Birth` and `U_Death`. Texts are copied.
 #ifndef U_ERR_H
@@ -36,8 +36,8 @@ extern "C" {
 /// Hears of every report that a thread's state does not silence.
 ///
 /// when     on the reporting thread, one report at a time, before the last error is recorded and before any
-/// dialog must     return 0; of several callbacks the last one's result counts, and another value than 0 ends
-/// the report
+///          dialog
+/// must     return 0. Of several callbacks the last one's result counts; any other value ends the report
 ///          there and becomes its error. May report (that report vanishes), add and remove callbacks
 /// default  there is none
 typedef int (*U_LoggingFunc)(void* refcon, unsigned int location, U_Severity severity, const char* utf8_text);
@@ -93,9 +93,8 @@ U_EXPORT U_UTF16String U_ReportFormatError(U_Severity severity, const U_UTF16Str
 /// The calling thread's last report. The text is that of its latest report of any kind, at most 2047 bytes of
 /// it; severity and location are those of the latest that was allowed to reach the user.
 ///
-/// severity, location, error   each may be null; 0 when there was no report. `error` is what a report under
-/// way
-///                             carries of the operating system or of the library
+/// severity, location, error  each may be null; 0 when there was no report. `error` is what a report under
+///                            way carries of the operating system or of the library
 U_EXPORT U_UTF16String U_GetLastError(U_Severity* severity, unsigned int* location, int* error);
 
 // --- Dialogs ---------------------------------------------------------------------------------------------

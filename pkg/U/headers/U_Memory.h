@@ -250,7 +250,8 @@ U_EXPORT void U_MEM_Report(U_MEM_ReportFunc report);
 U_EXPORT Err U_AddHog(const char* name, uint32_t* id);
 
 /// Notes that it holds `delta` bytes more, or less if negative. This is for the leak report only; it is not
-/// counted as in use. An unknown number is reported and gives 3; a sum beyond 64 bits gives 10 and changes nothing.
+/// counted as in use. An unknown number is reported and gives 3; a sum beyond 64 bits gives 10 and changes
+/// nothing.
 U_EXPORT Err U_AccountHog(uint32_t id, long long delta);
 
 /// Ends it. One that still holds memory at the death of the library is reported as a leak by its name.
