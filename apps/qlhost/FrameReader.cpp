@@ -31,13 +31,25 @@ int ReadAll(const std::filesystem::path& path, std::vector<std::uint8_t>& bytes)
 std::shared_ptr<const std::vector<std::uint8_t>> FrameReader::Read(const std::filesystem::path& file,
                                                                    std::string& why)
 {
-    // Shared with the reader's thread, which may outlast this call when the host ends early.
-    const auto bytes = std::make_shared<std::vector<std::uint8_t>>();
+    // Shared with the reader's thread, which may outlast this call when the host ends early. The system's error
+    // numbers travel beside the result, whose numbers are the library's.
+    struct Answer {
+        std::vector<std::uint8_t> bytes;
+        int systemError = 0;
+    };
+    const auto answer = std::make_shared<Answer>();
     U_SuspendContext lending;
-    const int error =
-        lending.CallOnThreadedExecutor(m_executor, [file, bytes] { return ReadAll(file, *bytes); });
-    if (error == 0) return bytes;
-    why = error == U_SuspendContext::kTerminated ? "stopped" : std::strerror(error);
+    const Err err = lending.CallOnThreadedExecutor(m_executor, [file, answer] {
+        answer->systemError = ReadAll(file, answer->bytes);
+        return U_Err_NONE;
+    });
+    if (err != 0) {
+        why = err == U_SuspendContext::kTerminated ? "stopped" : "error " + std::to_string(err);
+    } else if (answer->systemError != 0) {
+        why = std::strerror(answer->systemError);
+    } else {
+        return {answer, &answer->bytes};
+    }
     return nullptr;
 }
 

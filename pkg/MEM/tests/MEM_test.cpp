@@ -115,7 +115,9 @@ TEST_F(Heaps, LeaveNothingBehindWhenAllocationsFail)
         delete heap;
         return stands && error == 0;
     });
-    EXPECT_EQ(calls, 5u) << "heap, cell, data, new cell, new data";
+    // Heap, cell, data, new cell, new data; a compiler may see through the new cell, which is freed at once.
+    EXPECT_GE(calls, 4u);
+    EXPECT_LE(calls, 5u);
 }
 
 TEST_F(Heaps, CountTheirOwnObjects)

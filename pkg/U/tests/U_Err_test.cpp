@@ -184,7 +184,8 @@ TEST_F(ReportRoad, TheCrawlNamesTheFramesAroundTheReport)
 {
     Up_ReportErrString(0, U_Sev_PROBLEM, "text");
     ASSERT_EQ(m_log.size(), 2u);
-    EXPECT_NE(m_log[1].find("Up_ReportErrString"), std::string::npos) << m_log[1];
+    // The front functions may end in a jump, so only who called them is sure to be there.
+    EXPECT_NE(m_log[1].find("TheCrawlNamesTheFramesAroundTheReport"), std::string::npos) << m_log[1];
     EXPECT_LE(m_log[1].size(), 2070u);
 }
 
