@@ -23,7 +23,7 @@ struct KindRow {
     Kind kind;
     unsigned short letter;  // between the caret and the digit; 0 for none
 };
-constexpr KindRow kKinds[] = {{Kind::kText, 0}, {Kind::kInt32, 'L'}, {Kind::kInt64, 'B'}, {Kind::kReal, 'F'}};
+constexpr KindRow kKinds[] = {{Kind::kText, 0}, {Kind::kInt32, 'L'}, {Kind::kReal, 'F'}, {Kind::kInt64, 'B'}};
 
 // A placeholder as it stands in a text.
 class Tag {
@@ -228,10 +228,7 @@ Err U_SubString(char* out, unsigned int maxLength, const char* format, ...)
         U_UTF16String filled;
         ListedArguments arguments{list};
         const Err failed = Up_SubString(filled, U_MBToUTF16String(format), arguments, true);
-        if (failed) {
-            out[0] = 0;
-            return failed;
-        }
+        if (failed) return failed;
         const std::string bytes = U_UTF16ToMBString(filled);
         size_t length = Up_CutLength(bytes.c_str(), kWorkSize - 1);
         if (maxLength && length >= maxLength) length = Up_CutLength(bytes.c_str(), maxLength - 1);
@@ -240,6 +237,7 @@ Err U_SubString(char* out, unsigned int maxLength, const char* format, ...)
         return U_Err_NONE;
     });
     va_end(list);
+    if (error) out[0] = 0;
     return error;
 }
 

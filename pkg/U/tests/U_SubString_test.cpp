@@ -69,8 +69,9 @@ TEST(SubString, TakesArgumentsByNumberAndKind)
     EXPECT_STREQ(out, "-9000000000000000000|-7|2.5|t");
     EXPECT_EQ(Text(U_SubString16(u"^B3|^L1|^F2|^4"_u16, -7, 2.5, INT64_MIN, u"t"_u16)),
               "-9223372036854775808|-7|2.5|t");
-    // Of two forms of one number, the one that comes first in the order plain, L, B, F is filled.
+    // Of two forms of one number, the one that comes first in the order plain, L, F, B is filled.
     EXPECT_EQ(Text(U_SubString16(u"^F1 ^B1 ^L1"_u16, 5)), "^F1 ^B1 5");
+    EXPECT_EQ(Text(U_SubString16(u"^B1 ^F1"_u16, 2.5)), "^B1 2.5");
     EXPECT_EQ(Text(U_SubString16(u"^L1 ^1"_u16, u"t"_u16.c_str())), "^L1 t");
     // The low 32 bits count.
     EXPECT_EQ(Text(U_SubString16(u"^L1"_u16, 0x1FFFFFFFFLL)), "-1");

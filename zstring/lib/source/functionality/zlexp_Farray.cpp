@@ -286,12 +286,12 @@ uint32_t cFarray::Add(const unsigned char* key, size_t keyLength, const unsigned
 void cFarray::SetValue(uint32_t index, Units value, uint16_t length) noexcept
 {
     m_addedValues[index] = std::move(value);
-    m_valueLengths[index] = m_addedValues[index] ? length : 0;
+    m_valueLengths[index] = m_addedValues[index] ? static_cast<uint16_t>(length & ~1u) : 0;  // whole units
 }
 
 void cFarray::SetAccelerator(uint32_t index, Units accelerator, uint16_t length) noexcept
 {
-    m_addedAccelerators[index] = {std::move(accelerator), length, true};
+    m_addedAccelerators[index] = {std::move(accelerator), static_cast<uint16_t>(length & ~1u), true};
 }
 
 void cFarray::Retire(uint32_t index) noexcept
