@@ -40,6 +40,7 @@ std::string Timecode(const Rate& rate, std::int64_t frame)
         unsigned char isTimecode = 0, isDrop = 0, isNonDropNtsc = 0;
         T_Time duration = {};
         T_ExamineTimeInfo(&info, rate.fixed, &isTimecode, &isDrop, &isNonDropNtsc, &duration);
+        if (frame > INT32_MAX / duration.value || frame < 0) throw int{U_Err_OUT_OF_RANGE};
         const T_Time time = {static_cast<std::int32_t>(frame * duration.value), duration.scale};
         T_GeneralFormatTime(&time, &info, T_TimeFormatType_Duration, rate.fixed, true, text);
     });

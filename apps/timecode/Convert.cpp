@@ -67,6 +67,7 @@ T_Time ReadSeconds(const std::string& value)
     if (point == std::string::npos) return Fit(Number(value, value, kWhy), 1, value);
     const size_t decimals = value.size() - point - 1;
     if (decimals > kMostDecimals) Refuse(value, "has more than 9 decimals");
+    if (value.find('-', point) != std::string::npos) Refuse(value, kWhy);
     std::string digits = value;
     digits.erase(point, 1);
     int64_t scale = 1;
@@ -174,6 +175,16 @@ T_Time Converter::TimeOfFrames(int64_t frames, const std::string& value) const
     return {time.num, time.den};
 }
 
+// Counted in 64 bits: the library would approximate where 32 run out, and land on a neighbouring frame.
+int64_t Converter::FramesOf(const T_Time& time) const
+{
+    const int64_t num = int64_t{time.value} * m_frame.scale;
+    const int64_t den = int64_t{time.scale} * m_frame.value;
+    const int64_t frames = num < 0 ? (num - den + 1) / den : num / den;
+    if (frames < -INT32_MAX || frames > INT32_MAX) throw BadValue("the time is too long to count its frames");
+    return frames;
+}
+
 std::string Converter::Write(const T_Time& time, Unit unit) const
 {
     T_Time lowest;
@@ -187,16 +198,14 @@ std::string Converter::Write(const T_Time& time, Unit unit) const
         std::snprintf(text, sizeof text, "%.6f", static_cast<double>(time.value) / time.scale);
         return text;
     }
+    const int64_t frames = FramesOf(time);
+    if (unit == Unit::kFrames) return std::to_string(frames);
     T_TimeFormatInfo info = m_info;
-    info.useTimecode = unit == Unit::kTimecode;
+    info.useTimecode = 1;
+    const T_Time shown = TimeOfFrames(frames, std::to_string(frames));
     try {
-        if (unit == Unit::kTimecode) {
-            T_GeneralFormatTime(&time, &info, T_TimeFormatType_PositionNoOffset, m_rate, true, text);
-            return text;
-        }
-        T_TimeComponents parts = {};
-        T_TimeToComponents(&time, &info, T_TimeFormatType_PositionNoOffset, m_rate, &parts);
-        return std::to_string(parts.frames);
+        T_GeneralFormatTime(&shown, &info, T_TimeFormatType_PositionNoOffset, m_rate, true, text);
+        return text;
     } catch (int) {
         throw BadValue("the time is too long to count its frames");
     }

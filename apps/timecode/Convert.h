@@ -41,6 +41,7 @@ class Converter {
     std::string Write(const T_Time& time, Unit unit) const;
     T_Time ReadTimecode(const std::string& value) const;
     T_Time TimeOfFrames(int64_t frames, const std::string& value) const;
+    int64_t FramesOf(const T_Time& time) const;
 
     T_TimeFormatInfo m_info = {};
     int32_t m_rate;

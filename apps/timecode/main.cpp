@@ -88,7 +88,8 @@ int main(int argc, char** argv)
     app.footer(
         "Blank lines and lines that begin with # are passed over. A value that cannot be converted gives a\n"
         "dash and a line on standard error.\n"
-        "Exit status: 0 all converted, 1 some values refused, 2 wrong usage.\n"
+        "Hours of timecode wrap at 24, as on a clock.\n"
+        "Exit status: 0 all converted, 1 some values refused, 2 wrong usage, 3 the library cannot start.\n"
         "Negative values follow a bare --, or come from standard input.\n"
         "Example: seq 1798 1802 | timecode --rate 29.97");
     app.add_option("--rate", arguments.rate,

@@ -30,6 +30,10 @@ TEST(Timecode, ConvertsThereAndBack)
         EXPECT_EQ(converter.Convert(row.ratio, Unit::kRatio, Unit::kSeconds), row.seconds);
         EXPECT_EQ(converter.Convert(row.ratio, Unit::kRatio, Unit::kFrames), row.frames);
     }
+    // Where 32 bits run out the library approximates; the tool stays on the right side of a frame's edge.
+    const Converter drop(RateOf("29.97"), false);
+    EXPECT_EQ(drop.Convert("1001.001", Unit::kSeconds, Unit::kFrames), "29999");
+    EXPECT_EQ(drop.Convert("1001.001", Unit::kSeconds, Unit::kTimecode), "00;16;40;29");
     const Converter non_drop(RateOf("29.97"), true);
     EXPECT_EQ(non_drop.Convert("1800", Unit::kFrames, Unit::kTimecode), "00:01:00:00");
     EXPECT_EQ(non_drop.Convert("12.5", Unit::kSeconds, Unit::kRatio), "25/2");
@@ -42,6 +46,7 @@ TEST(Timecode, RefusesWithAWord)
     }
     const Converter converter(RateOf("29.97"), false);
     const std::pair<const char*, Unit> bad[] = {{"", Unit::kTimecode},
+                                                {".-5", Unit::kSeconds},
                                                 {"1:2:3", Unit::kTimecode},
                                                 {"1:2:3:4:5", Unit::kTimecode},
                                                 {"00:00:00:30", Unit::kTimecode},

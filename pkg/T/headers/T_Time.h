@@ -130,7 +130,7 @@ U_EXPORT int32_t T_FloatTimeValueToTimeValue(double value);
 
 /// The duration of a frame, in lowest terms. Rates within 4 of 29.97, 59.94, 23.976, 11.988 and 14.985 give
 /// that decimal rate exactly (100/2997), others the rate rounded to thousandths, or as it is when whole.
-/// A rate of 0 gives 1/0. Returns 0.
+/// A rate of 0, or one that rounds to 0 thousandths, gives a scale of 0. Returns 0.
 U_EXPORT Err T_FrameRate2Duration(int32_t rate, T_Time* out);
 
 /// How many frames a duration holds, by magnitudes: a negative duration counts like a positive one. A frame
