@@ -99,8 +99,7 @@ U_EXPORT Err U_CopyStringW(const unsigned short* source, size_t size, unsigned s
 /// Cuts `text` to at most `maxLength` bytes, the terminator not counted. A negative length counts as 0.
 U_EXPORT Err U_TruncateString(int maxLength, char* text);
 
-// --- Pascal strings: a length byte and that many bytes
-// ---------------------------------------------------------
+// --- Pascal strings: a length byte and that many bytes ----------------------------------------------------
 
 /// Copies a Pascal string, its length byte and its bytes. Returns 0.
 U_EXPORT Err U_Pstrcpy(void* target, const unsigned char* source);
@@ -126,8 +125,7 @@ U_EXPORT char* U_strrstr(const char* text, const char* find);  ///< the last mat
 U_EXPORT char* U_strchr(const char* text, int find);
 U_EXPORT char* U_strrchr(const char* text, int find);  ///< the last match
 
-// --- Comparison and case
-// ---------------------------------------------------------------------------------------
+// --- Comparison and case ----------------------------------------------------------------------------------
 
 /// Orders two texts by their 16-bit units. Only the sign of the result means something.
 ///
@@ -146,8 +144,7 @@ U_EXPORT Err U_StringToUpper(char* text);
 /// Either pointer may be null. Returns 0.
 U_EXPORT Err U_HexChar2Nibble(int c, unsigned char* nibble, unsigned char* isHex);
 
-// --- Special characters
-// ----------------------------------------------------------------------------------------
+// --- Special characters -----------------------------------------------------------------------------------
 
 /// Indices into `U_SpecialCharacters`. From U_SpecialChar_HYPHEN_MINUS on stand the signs that people type
 /// for a minus.
@@ -203,8 +200,8 @@ U_EXPORT U_UTF16String U_MBToUTF16String(const std::string& text);  ///< up to i
 
 /// To the application text encoding.
 ///
-/// strict   false: a character that the encoding lacks becomes a question mark. true: it makes the result
-/// empty returns  empty also when the text needs more bytes than the encoding has for so many units
+/// strict   false: a character that the encoding lacks becomes a question mark. true: it makes the result empty
+/// returns  empty also when the text needs more bytes than the encoding has for so many units
 U_EXPORT std::string U_UTF16ToMBString(const U_UTF16String& text, bool strict = false);
 U_EXPORT std::string U_UTF16ToMBString(const unsigned short* text, bool strict = false);  ///< null is empty
 
@@ -228,8 +225,7 @@ U_EXPORT U_UTF16String U_ConvertEncodedStringToUnicode(unsigned char isWindowsCo
 /// hears of it.
 U_EXPORT U_UTF16String U_MatchNameToUTF16String(const U_UTF8String& name);
 
-// --- Small helpers
-// -------------------------------------------------------------------------------------------------
+// --- Small helpers ----------------------------------------------------------------------------------------
 
 /// Splits a text of any string class at each occurrence of `separator`, left to right. What stands behind the
 /// last one is the last piece, so there is always one; empty pieces are kept. An empty separator splits

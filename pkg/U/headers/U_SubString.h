@@ -11,9 +11,8 @@
 ///   ^Ln     a 32-bit integer in plain digits          n: 1 to 9, each number once
 ///   ^Bn     a 64-bit integer in plain digits
 ///   ^Fn     a double through `U_FormatNum`
-///   ^Fn@left.right flags@   a double with at least `left` integer digits and `right` decimals, by default 1
-///   and
-///           2; both are read only if the first character is a digit. Flags: n plain form, blank pads with
+///   ^Fn@left.right flags@   a double with at least `left` integer digits and `right` decimals, by default
+///           1 and 2; both are read only if the first character is a digit. Flags: n plain form, blank pads with
 ///           blanks, z trims zeros, s separates thousands, + and p show a positive sign as plus or blank
 ///
 /// What a template cannot do: there is no placeholder 0 or 10 and no escape for the caret. Substitution stops
@@ -41,8 +40,7 @@ extern "C" {
 ///            is missing or of another type cannot be detected here. A null string is an empty one
 U_EXPORT Err U_SubString(char* out, unsigned int maxLength, const char* format, ...);
 
-// --- Numbers
-// -------------------------------------------------------------------------------------------------
+// --- Numbers ----------------------------------------------------------------------------------------------
 
 /// Flags of `U_FormatNum` and, the first one, of `U_ScanNum`, joined by OR.
 enum {
@@ -59,21 +57,18 @@ enum {
 /// left   smallest count of integer digits; below it, zeros or blanks go in front
 /// right  count of decimals; a negative count means 6
 /// out    room for 32 bytes with U_FORMAT_NO_INTL, for 256 without: the number locale's marks may take
-/// several
-///        bytes each
+///        several bytes each
 ///
 /// The text has at most 31 bytes before the number locale rewrites it, however large `left` and `right` are.
 /// A number that would take 23 or more characters is written with an exponent and six decimals
 /// ("1.000000e+22"), without padding, separators or trimming. The sign is that of the value: -0.001 with two
-/// decimals trimmed is
-/// "-0", and negative zero has none.
+/// decimals trimmed is "-0", and negative zero has none.
 U_EXPORT Err U_FormatNum(double value, unsigned int flags, int left, int right, char* out);
 
 /// Reads the number that a text begins with, as `atof` does in the locale "C"; 0 if there is none.
 ///
 /// flags  without U_FORMAT_NO_INTL the text, cut to 31 bytes, is first brought from the number locale's form
-/// to
-///        the plain one, whose separators are commas: reading ends at the first of them
+///        to the plain one, whose separators are commas: reading ends at the first of them
 U_EXPORT Err U_ScanNum(const char* text, unsigned int flags, double* value);
 
 /// Rewrite a number from the plain form to that of the number locale (zvkcore/string/NumberLocale.h) and
