@@ -107,6 +107,8 @@ TEST_F(WithLogFile, LogsFromSeveralThreads)
     s_count = 0;
     zvkcore::debug::SetTraceSink(
         [](int, std::string_view, std::string_view text) { s_count += text == "U T 7\n"; });
+    // Lines of the moment in which one thread asks about new settings go by the former answer: settle it first.
+    ALOG_Log(0, "U", "T", "settled");
     std::vector<std::thread> threads;
     for (int at = 0; at < 8; ++at) {
         threads.emplace_back([] {
