@@ -8,10 +8,12 @@ namespace qlhost {
 namespace {
 
 // The fractional rates are the family of 2997 hundredths, rounded to 16.16.
+// Without a word about it, the rates that can count drop-frame do.
 constexpr Rate kRates[] = {
     {"23.976", 1571291, true},   {"24", 24 << 16, true},      {"25", 25 << 16, true},
-    {"29.97df", 1964114, false}, {"29.97ndf", 1964114, true}, {"30", 30 << 16, true},
-    {"59.94df", 3928228, false}, {"59.94ndf", 3928228, true},
+    {"29.97", 1964114, false},   {"29.97df", 1964114, false}, {"29.97ndf", 1964114, true},
+    {"30", 30 << 16, true},      {"59.94", 3928228, false},   {"59.94df", 3928228, false},
+    {"59.94ndf", 3928228, true},
 };
 
 }  // namespace
