@@ -26,11 +26,11 @@ struct Writer {
 };
 
 // libpng leaves by longjmp, so nothing with a destructor may be made in here.
-bool WriteRows(Writer& writer, std::FILE* file, const PngSize& size, png_bytepp rows)
+bool WriteRows(Writer& writer, std::FILE* file, const PngSize& size, int colourType, png_bytepp rows)
 {
     if (setjmp(png_jmpbuf(writer.png))) return false;
     png_init_io(writer.png, file);
-    png_set_IHDR(writer.png, writer.info, size.width, size.height, 8, PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE,
+    png_set_IHDR(writer.png, writer.info, size.width, size.height, 8, colourType, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_set_compression_level(writer.png, 1);
     png_set_filter(writer.png, 0, PNG_FILTER_UP);
@@ -38,6 +38,24 @@ bool WriteRows(Writer& writer, std::FILE* file, const PngSize& size, png_bytepp 
     png_write_image(writer.png, rows);
     png_write_end(writer.png, nullptr);
     return true;
+}
+
+bool Write(const std::filesystem::path& path, const PngSize& size, int colourType, std::size_t channels,
+           const std::uint8_t* pixels, std::string& why)
+{
+    const File file{std::fopen(path.c_str(), "wb")};
+    if (!file) {
+        why = std::strerror(errno);
+        return false;
+    }
+    std::vector<png_bytep> rows(size.height);
+    for (std::uint32_t y = 0; y < size.height; ++y) {
+        rows[y] = const_cast<png_bytep>(pixels) + std::size_t{y} * size.width * channels;
+    }
+    Writer writer;
+    const bool written = writer.info && WriteRows(writer, file.get(), size, colourType, rows.data());
+    if (!written || std::fflush(file.get()) != 0) why = "cannot write the picture";
+    return why.empty();
 }
 
 }  // namespace
@@ -72,19 +90,13 @@ bool ReadPng(const std::vector<std::uint8_t>& file, const PixelRoom& room, std::
 bool WritePng(const std::filesystem::path& path, const PngSize& size, const std::uint8_t* rgba,
               std::string& why)
 {
-    const File file{std::fopen(path.c_str(), "wb")};
-    if (!file) {
-        why = std::strerror(errno);
-        return false;
-    }
-    std::vector<png_bytep> rows(size.height);
-    for (std::uint32_t y = 0; y < size.height; ++y) {
-        rows[y] = const_cast<png_bytep>(rgba) + std::size_t{y} * size.width * 4;
-    }
-    Writer writer;
-    const bool written = writer.info && WriteRows(writer, file.get(), size, rows.data());
-    if (!written || std::fflush(file.get()) != 0) why = "cannot write the picture";
-    return why.empty();
+    return Write(path, size, PNG_COLOR_TYPE_RGBA, 4, rgba, why);
+}
+
+bool WriteGrayPng(const std::filesystem::path& path, const PngSize& size, const std::uint8_t* gray,
+                  std::string& why)
+{
+    return Write(path, size, PNG_COLOR_TYPE_GRAY, 1, gray, why);
 }
 
 }  // namespace qlhost

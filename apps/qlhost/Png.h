@@ -27,6 +27,10 @@ bool ReadPng(const std::vector<std::uint8_t>& file, const PixelRoom& room, std::
 bool WritePng(const std::filesystem::path& file, const PngSize& size, const std::uint8_t* rgba,
               std::string& why);
 
+/// The same for rows of gray.
+bool WriteGrayPng(const std::filesystem::path& file, const PngSize& size, const std::uint8_t* gray,
+                  std::string& why);
+
 }  // namespace qlhost
 
 #endif

@@ -29,7 +29,7 @@ int Fail(ExitCode code, const std::string& why)
 int Generate(const GenerateOptions& options)
 {
     std::string why;
-    if (!GenerateClip(options, why)) return Fail(kExitUnusableFolder, why);
+    if (!IsGenerated(options) && !GenerateClip(options, why)) return Fail(kExitUnusableFolder, why);
     std::printf("%d frames of %dx%d in %s\n", options.frames, options.width, options.height,
                 options.folder.c_str());
     return kExitDone;
