@@ -36,7 +36,7 @@ class Detector : public DeadLockDetector {
 
 class DeadLockDetectorTest : public testing::Test {
   protected:
-    ~DeadLockDetectorTest() override { InstallDeadLockDetector(nullptr); }
+    ~DeadLockDetectorTest() override { InstallDeadLockDetector(m_former); }
 
     void Record()
     {
@@ -51,6 +51,7 @@ class DeadLockDetectorTest : public testing::Test {
 
   private:
     std::string m_story;
+    const std::shared_ptr<DeadLockDetector> m_former = InstallDeadLockDetector(nullptr);  // given back at the end
 };
 
 }  // namespace
