@@ -1,5 +1,5 @@
-/// The plug-in host's runtime: its begin and end, what a host replaces, and the things that suites and plug-ins
-/// are made of: pooled strings, blocks, property lists, file lists, adapters.
+/// The plug-in host's runtime: its begin and end, what a host replaces, and the things that suites and
+/// plug-ins are made of: pooled strings, blocks, property lists, file lists, adapters.
 ///
 /// Suites are in MVSuites.h, plug-ins in MVPlugins.h. The shortest host:
 ///
@@ -11,11 +11,12 @@
 ///     MVTerm();
 ///     U_Death();
 ///
-/// Ground rules. One thread drives the plug-in host at a time: nothing here takes a lock. There is one runtime,
-/// between `MVInit` and `MVTerm`, inside the library's own birth and death. A null list or pool means the
-/// runtime's own; without a runtime there is none, and functions that need one give "Parm" unless they say
-/// otherwise. Texts are NUL-terminated UTF-8. Sizes are bytes. A null object or output argument gives "Parm",
-/// and outputs are written on success only unless said otherwise. What is given back stays the runtime's.
+/// Ground rules. One thread drives the plug-in host at a time: nothing here takes a lock. There is one
+/// runtime, between `MVInit` and `MVTerm`, inside the library's own birth and death. A null list or pool
+/// means the runtime's own; without a runtime there is none, and functions that need one give "Parm" unless
+/// they say otherwise. Texts are NUL-terminated UTF-8. Sizes are bytes. A null object or output argument
+/// gives "Parm", and outputs are written on success only unless said otherwise. What is given back stays the
+/// runtime's.
 #ifndef MV_H
 #define MV_H
 
@@ -49,7 +50,6 @@ typedef struct MVPropertyList MVPropertyList;
 typedef struct MVFileSpec MVFileSpec;
 typedef struct MVFileList MVFileList;
 typedef struct MVAdapter MVAdapter;
-typedef struct MVAdapterList MVAdapterList;
 typedef struct MVPlugin MVPlugin;
 typedef struct MVPluginList MVPluginList;
 typedef struct MVAccess MVAccess;
@@ -84,14 +84,16 @@ typedef struct MVHostProcs {
     /// happens.
     void (*assertTrap)(void* hostData, const char* sentence);
 
-    /// Called with codes that callers are meant to notice, before they are returned. By default nothing happens.
+    /// Called with codes that callers are meant to notice, before they are returned. By default nothing
+    /// happens.
     void (*throwTrap)(void* hostData, Err code);
 
-    /// Called with sentences for people who hunt a fault: unusable files, blocks that nobody freed, exceptions
-    /// that left a plug-in. By default nothing happens.
+    /// Called with sentences for people who hunt a fault: unusable files, blocks that nobody freed,
+    /// exceptions that left a plug-in. By default nothing happens.
     void (*debugTrap)(void* hostData, const char* sentence);
 
-    /// Makes a string pool of the host's own; called once, by `MVInit`. Null, the default, means the runtime's.
+    /// Makes a string pool of the host's own; called once, by `MVInit`. Null, the default, means the
+    /// runtime's.
     void* (*allocateStringPool)(void* hostData);
 
     /// Frees that pool; called once, by `MVTerm`. By default nothing happens.
@@ -104,8 +106,8 @@ typedef struct MVHostProcs {
     /// Answers whether to go on. By default 1 for `MV_Event_STARTUP` and 0 for every other event.
     int32_t (*filterEvent)(void* hostData, int32_t event, const void* data);
 
-    /// Adds plug-ins at startup, in place of the scan of the plug-ins folder; a code ends the startup. Null, the
-    /// default, means the scan.
+    /// Adds plug-ins at startup, in place of the scan of the plug-ins folder; a code ends the startup. Null,
+    /// the default, means the scan.
     Err (*addPlugins)(void* hostData);
 
     /// Nonzero keeps a plug-in from starting in this pass. By default 0: every plug-in is started.
@@ -125,8 +127,8 @@ typedef struct MVHostProcs {
 /// returns   0; "Parm" when there is a runtime already; 4, and then nothing is left behind
 U_EXPORT Err MVInit(const MVHostProcs* procs, void* hostData, const char* folder);
 
-/// Unloads all code, frees the runtime with all that it lists, and tells `debugTrap` of each block that is still
-/// allocated. Call `MVShutdownPlugins` before it: here plug-ins hear "Unload" only, and cannot refuse.
+/// Unloads all code, frees the runtime with all that it lists, and tells `debugTrap` of each block that is
+/// still allocated. Call `MVShutdownPlugins` before it: here plug-ins hear "Unload" only, and cannot refuse.
 ///
 /// returns  0; "Parm" without a runtime; "AISC" from inside a plug-in's call, and then nothing happens
 U_EXPORT Err MVTerm(void);
@@ -152,8 +154,8 @@ U_EXPORT Err MVMakeWString(MVStringPool* pool, const char* text, const char** po
 /// host, or a pooled string, but none of a plug-in's code. On failure the block is null and the code 4.
 U_EXPORT Err MVAllocateBlock(uint64_t size, const char* description, void** block);
 
-/// Grows or shrinks a block, which may move; what grew is zeroed. On failure the old block stands in `*block`.
-/// A null `*block` is allocated, with the description "a block".
+/// Grows or shrinks a block, which may move; what grew is zeroed. On failure the old block stands in
+/// `*block`. A null `*block` is allocated, with the description "a block".
 U_EXPORT Err MVReallocateBlock(uint64_t size, void** block);
 
 /// Null does nothing and gives 0.
@@ -240,19 +242,19 @@ enum {
     MV_Adapter_V1 = 1  ///< its plug-ins speak another protocol: they are never messaged, only "About" is
 };
 
-/// Adds an adapter. A name that the list has already gives "Parm".
+/// Adds an adapter. A name that is taken gives "Parm".
 ///
-/// host     the plug-in that does the work; it must be there as long as the adapter
-/// version  for the adapter's own use
+/// host     the plug-in that does the work; null: none, and then calling its plug-ins gives "!Acq"
+/// version  for the adapter's own use, like `info`
 /// adapter  may be null
-U_EXPORT Err MVAddAdapter(MVAdapterList* list, MVPlugin* host, const char* name, int32_t version,
-                          uint32_t flags, void* info, MVAdapter** adapter);
+U_EXPORT Err MVAddAdapter(MVPlugin* host, const char* name, int32_t version, uint32_t flags, void* info,
+                          MVAdapter** adapter);
 
 /// The adapter of this name, or null; that is no error.
-U_EXPORT Err MVFindAdapter(MVAdapterList* list, const char* name, MVAdapter** adapter);
+U_EXPORT Err MVFindAdapter(const char* name, MVAdapter** adapter);
 
-/// The adapter behind `former` in the list, the first for null; null at the end. The latest added is the first.
-U_EXPORT Err MVNextAdapter(MVAdapterList* list, const MVAdapter* former, MVAdapter** adapter);
+/// The adapter behind `former`, the first for null; null at the end. The latest added is the first.
+U_EXPORT Err MVNextAdapter(const MVAdapter* former, MVAdapter** adapter);
 
 U_EXPORT Err MVGetAdapterHost(const MVAdapter* adapter, MVPlugin** host);  ///< null for the built-in one
 U_EXPORT Err MVGetAdapterName(const MVAdapter* adapter, const char** name);
@@ -260,7 +262,8 @@ U_EXPORT Err MVGetAdapterVersion(const MVAdapter* adapter, int32_t* version);
 U_EXPORT Err MVGetAdapterFlags(const MVAdapter* adapter, uint32_t* flags);
 U_EXPORT Err MVGetAdapterInfo(const MVAdapter* adapter, void** info);
 
-/// How many starts went through it since `MVStartupPlugins` began: of its plug-ins, or its own for a V1 adapter.
+/// How many starts went through it since `MVStartupPlugins` began: those of its plug-ins, or the "Start up"
+/// of a V1 adapter.
 U_EXPORT Err MVGetAdapterCount(const MVAdapter* adapter, int32_t* count);
 
 #ifdef __cplusplus

@@ -1,7 +1,8 @@
 /// Plug-ins, accesses to their code, and messages.
 ///
-/// A plug-in is a record in a list: a name, a property list, a state, and a file or an entry point of the host.
-/// Its code need not be in memory. It is listed, started once, and then its code comes and goes with accesses:
+/// A plug-in is a record in a list: a name, a property list, a state, and a file or an entry point of the
+/// host. Its code need not be in memory. It is listed, started once, and then its code comes and goes with
+/// accesses:
 ///
 ///   record   listed ---- started ------ startup complete ------ shut down
 ///                           \---------- broken
@@ -18,10 +19,11 @@
 ///         return 0;
 ///     }
 ///
-/// What it returns is the plug-in's own result, apart from the code of the function that called it. Whatever it
-/// keeps goes into `data->globals`; after "Unload" nothing there may point into its code.
+/// What it returns is the plug-in's own result, apart from the code of the function that called it. Whatever
+/// it keeps goes into `data->globals`; after "Unload" nothing there may point into its code.
 ///
-/// The ground rules of MV.h hold: one thread, null lists, outputs. Callers and selectors are compared by text.
+/// The ground rules of MV.h hold: one thread, null lists, outputs. Callers and selectors are compared by
+/// text.
 #ifndef MVPLUGINS_H
 #define MVPLUGINS_H
 
@@ -99,11 +101,15 @@ typedef struct MVAccessMessage {
 
 /// The record of "MV Adapters" messages but those of suites, for the plug-in of an adapter:
 ///
-///   "Start up", "Shut down"     of a V1 adapter; `plugin` is null
+///   "Start up"                  of a V1 adapter, behind the other plug-ins' start; `plugin` is null
+///   "Shut down"                 of an adapter that starts went through; `plugin` is null
 ///   "Register plugins"          add adapters and plug-ins now; `adapter` and `plugin` are null
 ///   "Load plugin"               make the code of `plugin` callable; "Release plugin": it is needed no more
 ///   "Send message"              hand caller, selector and message to `plugin`, and return what it returns
-///   "About"                     tell about `plugin`
+///   "About"                     tell about `plugin`, which has a V1 adapter
+///   "Dispose info"              `plugin` is about to go: free what its adapter info points to
+///
+/// The runtime sends no "Find property" and no "Flush": these are for hosts that know their adapters.
 typedef struct MVAdapterMessage {
     MVMessageData data;
     MVAdapter* adapter;
@@ -135,8 +141,8 @@ U_EXPORT Err MVEmptyMessageData(MVPlugin* plugin, MVMessageData* data);
 /// message  begins with an `MVMessageData`, which is written here; null for a message that is only the head
 /// result   the plug-in's own result; 0 when it was not reached
 /// returns  0; "NMVP" for a plug-in with a V1 adapter, unless it is "MV Interface" "About"; "AISC" while the
-///          plug-in is in an "MV Access", "MV Interface" or "MV Properties" message; the code of the call, and
-///          then the access keeps its count, so the plug-in stays loaded
+///          plug-in is in an "MV Access", "MV Interface" or "MV Properties" message; the code of the call,
+///          and then the access keeps its count, so the plug-in stays loaded
 U_EXPORT Err MVSendMessage(MVPlugin* plugin, const char* caller, const char* selector, void* message,
                            int32_t* result);
 
@@ -150,7 +156,8 @@ U_EXPORT Err MVSendMessage(MVPlugin* plugin, const char* caller, const char* sel
 ///          then on), or no plug-in behind its adapter; 4; the code of the adapter
 U_EXPORT Err MVAcquirePlugin(MVPlugin* plugin, MVAccess** access);
 
-/// Counts one less. Never unloads: only a flush does. "AlRl" when the count is below 1, or the access is gone.
+/// Counts one less. Never unloads: only a flush does. "AlRl" when the count is below 1, or the access is
+/// gone.
 U_EXPORT Err MVReleasePlugin(MVAccess* access);
 
 /// Calls a plug-in that is acquired. The head of `message` is the caller's business (`MVSetupMessageData`,
@@ -172,7 +179,8 @@ U_EXPORT Err MVGetAccessInfo(const MVAccess* access, void** info);  ///< what th
 U_EXPORT Err MVGetCurrentPlugin(MVPlugin** plugin);
 U_EXPORT Err MVSetCurrentPlugin(MVPlugin* plugin);
 
-/// Answers with a nonzero `shouldFlush` whether `thing` (an `MVAccess` for the type "MV Flush Access") may go.
+/// Answers with a nonzero `shouldFlush` whether `thing` (an `MVAccess` for the type "MV Flush Access") may
+/// go.
 typedef Err (*MVFlushProc)(const char* type, void* thing, int32_t* shouldFlush);
 
 /// Unloads the code of plug-ins whose access count is 0 and that neither `flushProc` nor the plug-in itself
@@ -206,7 +214,8 @@ U_EXPORT Err MVFreePluginList(MVPluginList* list);
 
 /// Lists the plug-in of a file, at the head of the list. It is neither loaded nor started.
 ///
-/// file        may be null for a plug-in that its adapter knows otherwise; it must live as long as the plug-in
+/// file        may be null for a plug-in that its adapter knows otherwise; it must live as long as the
+///             plug-in
 /// properties  null for none; belongs to the plug-in on success
 /// name        null for the file's name without its folder and last extension
 /// adapter     null for the built-in one
@@ -272,9 +281,9 @@ U_EXPORT Err MVSetPluginSkipShutdown(MVPlugin* plugin, int32_t skip);
 //
 // Host plug-ins start before all of these. Numbers in property data are little-endian.
 
-/// Lists the plug-ins and starts them. A plug-in that fails for want of a suite is tried again once one that was
-/// looked for in vain appears; one that fails otherwise is broken for the rest of the run. Failures of single
-/// plug-ins go to `startupNotify`.
+/// Lists the plug-ins and starts them. A plug-in that fails for want of a suite is tried again once one that
+/// was looked for in vain appears; one that fails otherwise is broken for the rest of the run. Failures of
+/// single plug-ins go to `startupNotify`.
 ///
 /// returns  0; "H!St" when `filterEvent` answered 0; the code of listing the plug-ins
 U_EXPORT Err MVStartupPlugins(void);

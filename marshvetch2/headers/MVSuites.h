@@ -9,12 +9,12 @@
 ///         MVReleaseSuite(NULL, "Paint", 2, 0);
 ///     }
 ///
-/// A match is exact in name and API version; the internal version is exact too, but 0 stands for the greatest.
-/// Acquiring may start the plug-in that publishes, or load its code. The functions stay valid while the suite is
-/// acquired; behind the last release the plug-in's code may be unloaded by the next flush.
+/// A match is exact in name and API version; the internal version is exact too, but 0 stands for the
+/// greatest. Acquiring may start the plug-in that publishes, or load its code. The functions stay valid while
+/// the suite is acquired; behind the last release the plug-in's code may be unloaded by the next flush.
 ///
-/// The table of a plug-in lives in its code, or better in a block that the plug-in fills anew at each "Reload":
-/// a table in code that is unloaded is withdrawn, and its plug-in publishes it again at "Reload".
+/// The table of a plug-in lives in its code, or better in a block that the plug-in fills anew at each
+/// "Reload": a table in code that is unloaded is withdrawn, and its plug-in publishes it again at "Reload".
 ///
 /// The ground rules of MV.h hold: one thread, null lists, outputs.
 #ifndef MVSUITES_H
@@ -45,8 +45,8 @@ enum { MV_BasicSuite_API_VERSION = 1, MV_BasicSuite_INTERNAL_VERSION = 1 };
 
 // --- Lists -------------------------------------------------------------------------------------------------
 
-/// Makes a list. `strings` and `plugins` are those it works with, the runtime's for null. Without memory `*list`
-/// is null, and that is no error.
+/// Makes a list. `strings` and `plugins` are those it works with, the runtime's for null. Without memory
+/// `*list` is null, and that is no error.
 U_EXPORT Err MVAllocateSuiteList(MVStringPool* strings, MVPluginList* plugins, MVSuiteList** list);
 
 /// Frees a list with its suites; plug-ins that they hold are released. The runtime's own gives "Parm".
@@ -67,8 +67,8 @@ U_EXPORT Err MVAddSuite(MVSuiteList* list, MVPlugin* host, const char* name, int
 /// Finds a suite and counts an acquisition. May start its plug-in, load its code and send it "Reload".
 ///
 /// procs    the functions; null on failure
-/// returns  0; "S!Fd", thrown, when there is none; "PiH0" when its plug-in has started and gives no functions;
-///          the code of loading the plug-in, and of an adapter, as it stands
+/// returns  0; "S!Fd", thrown, when there is none; "PiH0" when its plug-in has started and gives no
+///          functions; the code of loading the plug-in, and of an adapter, as it stands
 U_EXPORT Err MVAcquireSuite(MVSuiteList* list, const char* name, int32_t apiVersion, int32_t internalVersion,
                             const void** procs);
 
@@ -78,8 +78,8 @@ U_EXPORT Err MVAcquireSuite(MVSuiteList* list, const char* name, int32_t apiVers
 /// returns  0; "S!Fd", thrown, when there is none; "SRel", thrown, when it is not acquired
 U_EXPORT Err MVReleaseSuite(MVSuiteList* list, const char* name, int32_t apiVersion, int32_t internalVersion);
 
-/// Finds a suite without acquiring it. One that is missing gives null and no error, and is noted: a plug-in that
-/// failed to start for want of it is tried again when it appears.
+/// Finds a suite without acquiring it. One that is missing gives null and no error, and is noted: a plug-in
+/// that failed to start for want of it is tried again when it appears.
 ///
 /// returns  0; "S!Fd" when there is no list at all
 U_EXPORT Err MVFindSuite(MVSuiteList* list, const char* name, int32_t apiVersion, int32_t internalVersion,
