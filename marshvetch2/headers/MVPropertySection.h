@@ -43,13 +43,15 @@
 ///     4         the name, a zero byte, and zero bytes up to the next multiple of 4
 ///     4+length  version, signed
 ///
-/// A file holds one section of this name. It needs an alignment of 4 and the flag that keeps it from being
-/// collected (`retain`); it is never written to, and `strip` leaves it alone.
+/// Vendor, key and id together stand once in a list; the host's own keys have the id 0. A file holds one section of
+/// this name, of the kind PROGBITS and not compressed, aligned to 4, with the flag that keeps it from being collected
+/// (`retain`). It is never written to, and `strip` leaves it alone.
 #ifndef MV_PROPERTYSECTION_H
 #define MV_PROPERTYSECTION_H
 
 #define MV_PROPERTY_SECTION ".qlproplist"
 #define MV_PROPERTY_SECTION_MAGIC "MVPL"
 #define MV_PROPERTY_SECTION_VERSION 1
+#define MV_PROPERTY_SECTION_MAX 1048576  ///< bytes; a larger section is refused
 
 #endif

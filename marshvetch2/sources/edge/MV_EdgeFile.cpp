@@ -1,0 +1,127 @@
+// Property lists of files, and what people are told about files that cannot be used.
+//
+// A file that is no plug-in is passed over in silence, with the reason kept in it: the folder may hold files for
+// adapters, and libraries that plug-ins need. One that means to be a plug-in and cannot serve is reported, once for
+// each reason.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <system_error>
+
+#include "MVp_Edge.h"
+#include "MVp_EdgeFile.h"
+#include "MVp_ElfFile.h"
+#include "U_Err.h"
+#include "U_SubString.h"
+#include "U_TrySection.h"
+#include "U_ZString.h"
+#include "zvkcore/string/Convert.h"
+
+namespace {
+
+// Where these reports say they come from: the plug-in host, its files and its folders.
+constexpr unsigned kUnusableFile = 0x000A0001;
+constexpr unsigned kUnreadableFolder = 0x000A0002;
+
+class Descriptor {
+  public:
+    // Without blocking, should the file have become a pipe since it was listed.
+    explicit Descriptor(const char* path) : m_descriptor{open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)} {}
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0) close(m_descriptor);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    operator int() const { return m_descriptor; }
+
+  private:
+    const int m_descriptor;
+};
+
+// A logging callback may end a report with a code of its own. The file stays as unusable as it was.
+void Report(unsigned location, const char* format, const char* path, const char* reason)
+{
+    U_TrySection([&] {
+        const auto path16 = zvkcore::string::UTF8to16(std::string_view{path});
+        const auto reason16 = zvkcore::string::UTF8to16(std::string_view{reason});
+        U_ReportError(location, U_Sev_WARNING,
+                      U_SubString16(U_ZStringToUTF16String(format), path16, reason16));
+    });
+}
+
+std::string Unreadable(int error)
+{
+    return "the file cannot be read: " + std::generic_category().message(error);
+}
+
+Err ReadProperties(MVFileSpec* file, MVPropertyList* list)
+{
+    const Descriptor descriptor{mvFilePath(file)};
+    struct stat status;
+    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
+        mvReportUnusable(file, Unreadable(errno).c_str());
+        return MV_Err_NOT_ACQUIRED;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        mvPassOver(file, "it is no file");
+        return MV_Err_NOT_ACQUIRED;
+    }
+    MVp_ElfFile elf{descriptor, static_cast<uint64_t>(status.st_size)};
+    MVSectionBytes section;
+    const char* reason = nullptr;
+    const auto finding = elf.FindSection(&section, &reason);
+    if (finding == MVp_ElfFile::Finding::kFound) reason = mvReadPropertySection(section, list);
+    if (!reason) {
+        MVSetFileReason(file, nullptr);
+        return U_Err_NONE;
+    }
+    finding == MVp_ElfFile::Finding::kNoPlugin ? mvPassOver(file, reason) : mvReportUnusable(file, reason);
+    return MV_Err_NOT_ACQUIRED;
+}
+
+}  // namespace
+
+const char* mvFilePath(const MVFileSpec* file)
+{
+    const char* path = "";
+    MVGetFilePath(file, &path);
+    return path;
+}
+
+void mvPassOver(MVFileSpec* file, const char* reason)
+{
+    MVSetFileReason(file, reason);
+}
+
+void mvReportUnusable(MVFileSpec* file, const char* reason)
+{
+    const char* known = "";
+    MVGetFileReason(file, &known);
+    if (std::strcmp(known, reason) == 0) return;
+    MVSetFileReason(file, reason);
+    Report(kUnusableFile, "$$$/QL/MV/UnusableFile=The plug-in ^1 cannot be used: ^2.", mvFilePath(file),
+           reason);
+}
+
+void mvReportUnreadableFolder(const char* path, const char* reason)
+{
+    Report(kUnreadableFolder, "$$$/QL/MV/UnreadableFolder=The plug-ins folder ^1 cannot be read: ^2.", path,
+           reason);
+}
+
+Err mvEdgeReadProperties(MVFileSpec* file, MVPropertyList** properties)
+{
+    *properties = nullptr;
+    MVPropertyList* made = nullptr;
+    if (const Err err = MVAllocatePropertyList(&made)) return err;
+    MVp_PropertyListPtr list{made};
+    const Err err = ReadProperties(file, list.get());
+    if (err == U_Err_NONE) *properties = list.release();
+    return err;
+}

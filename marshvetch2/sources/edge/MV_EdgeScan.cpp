@@ -1,0 +1,147 @@
+// The plug-ins folder: which files there are, in an order that depends on their paths alone, and which of them are
+// plug-ins.
+//
+// Passed over are names that begin with a dot, and what is neither a file nor a folder. A link to a file counts as
+// that file, and one that leads nowhere as a file that cannot be read; a link to a folder is not followed, so that no
+// circle of links is walked. A file that is there under several names is a plug-in under the first of them only.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "MVp_Edge.h"
+#include "MVp_EdgeFile.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int32_t kNameKey = MV_CODE('n', 'a', 'm', 'e');
+
+struct Found {
+    MVFileSpec* file;
+    MVp_PropertyListPtr properties;
+    const char* name;  // of the property list; null for none
+};
+
+// Lists one folder: files are added to `files`, folders inside it to `folders`.
+std::error_code ListFolder(const fs::path& folder, std::vector<std::string>& files,
+                           std::vector<fs::path>& folders)
+{
+    std::error_code error;
+    for (fs::directory_iterator at{folder, error}; !error && at != fs::directory_iterator{};
+         at.increment(error)) {
+        const fs::directory_entry& entry = *at;
+        if (entry.path().filename().native().starts_with('.')) continue;
+        std::error_code unknown;
+        const fs::file_status status = entry.status(unknown);
+        const bool link = entry.is_symlink(unknown);
+        if (fs::is_directory(status)) {
+            if (!link) folders.push_back(entry.path());
+        } else if (fs::is_regular_file(status) || (link && !fs::exists(status))) {
+            files.push_back(entry.path().native());
+        }
+    }
+    return error;
+}
+
+// All files of a folder and of those inside it, by the bytes of their paths.
+Err ListFiles(const char* folder, std::vector<std::string>& files)
+{
+    std::vector<fs::path> folders;
+    std::error_code error = ListFolder(folder, files, folders);
+    if (error) {
+        mvReportUnreadableFolder(folder, error.message().c_str());
+        return MV_Err_PARAMETER;
+    }
+    while (!folders.empty()) {
+        const fs::path inner = std::move(folders.back());
+        folders.pop_back();
+        error = ListFolder(inner, files, folders);
+        if (error) mvReportUnreadableFolder(inner.c_str(), error.message().c_str());
+    }
+    std::sort(files.begin(), files.end());
+    return U_Err_NONE;
+}
+
+// The names of files seen so far, by what the file system knows a file by.
+class SeenFiles {
+  public:
+    /// The path under which this file was seen before; null for a new one.
+    const std::string* SeenAs(const std::string& path)
+    {
+        struct stat status;
+        if (stat(path.c_str(), &status) != 0) return nullptr;
+        const auto [at, fresh] = m_paths.try_emplace({status.st_dev, status.st_ino}, path);
+        return fresh ? nullptr : &at->second;
+    }
+
+  private:
+    std::map<std::pair<dev_t, ino_t>, std::string> m_paths;
+};
+
+// The name that the property list gives, or null. It must be a text that ends.
+bool TakeName(const MVPropertyList* properties, const char** name)
+{
+    const MVProperty* property = nullptr;
+    MVFindProperty(properties, MV_VENDOR, kNameKey, 0, &property);
+    *name = nullptr;
+    if (!property) return true;
+    const std::string_view text{static_cast<const char*>(property->data), property->size};
+    if (text.size() < 2 || text.find('\0') != text.size() - 1) return false;
+    *name = text.data();
+    return true;
+}
+
+Err ReadFile(MVFileSpec* file, std::vector<Found>& found)
+{
+    MVPropertyList* read = nullptr;
+    const Err err = mvEdgeReadProperties(file, &read);
+    if (err) return err == MV_Err_NOT_ACQUIRED ? U_Err_NONE : err;
+    MVp_PropertyListPtr properties{read};
+    const char* name = nullptr;
+    if (TakeName(read, &name)) {
+        found.push_back({file, std::move(properties), name});
+    } else {
+        mvReportUnusable(file, "its name is no text");
+    }
+    return U_Err_NONE;
+}
+
+Err ReadFiles(const std::vector<std::string>& paths, MVFileList* files, std::vector<Found>& found)
+{
+    SeenFiles seen;
+    for (const std::string& path : paths) {
+        MVFileSpec* file = nullptr;
+        const std::string* former = seen.SeenAs(path);
+        if (const Err err = MVFindFile(files, path.c_str(), &file)) return err;
+        if (file) continue;
+        if (const Err err = MVAddFile(files, path.c_str(), &file)) return err;
+        if (former) {
+            mvPassOver(file, ("it is the same file as " + *former).c_str());
+        } else if (const Err err = ReadFile(file, found)) {
+            return err;
+        }
+    }
+    return U_Err_NONE;
+}
+
+}  // namespace
+
+Err mvEdgeAddPlugins(MVPluginList* plugins, MVFileList* files, const char* folder)
+{
+    std::vector<std::string> paths;
+    std::vector<Found> found;
+    Err err = ListFiles(folder, paths);
+    if (!err) err = ReadFiles(paths, files, found);
+    // A new plug-in is listed at the head, so the last comes first: the list then reads in the order of the paths.
+    for (auto at = found.rbegin(); at != found.rend() && !err; ++at) {
+        err = MVAddPlugin(plugins, at->file, at->properties.get(), at->name, nullptr, nullptr, nullptr);
+        if (!err) at->properties.release();
+    }
+    return err;
+}

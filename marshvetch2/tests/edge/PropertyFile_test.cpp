@@ -1,0 +1,218 @@
+// Property lists of files that lie: every count, offset and length that a reader might trust.
+#include <elf.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+
+#include "MVPropertySection.h"
+#include "MVp_Edge.h"
+#include "MVp_PropertySection.h"
+#include "QLTest.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string Word(uint32_t value)
+{
+    std::string bytes;
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(value >> shift);
+    return bytes;
+}
+std::string Head(uint32_t count, uint32_t version = 1)
+{
+    return "MVPL" + Word(version) + Word(count);
+}
+std::string Property(const std::string& codes, uint32_t id, uint32_t length, const std::string& padded)
+{
+    return codes + Word(id) + Word(length) + padded;
+}
+
+struct Parsed {
+    const char* reason = nullptr;
+    MVPropertyList* list = nullptr;
+
+    // From a block of exactly that size, so that a sanitizer sees each byte too far.
+    explicit Parsed(const std::string& section)
+    {
+        const std::unique_ptr<unsigned char[]> exact{new unsigned char[section.size()]};
+        std::memcpy(exact.get(), section.data(), section.size());
+        EXPECT_EQ(MVAllocatePropertyList(&list), 0);
+        reason = mvReadPropertySection({exact.get(), section.size()}, list);
+    }
+    ~Parsed() { MVFreePropertyList(list); }
+};
+
+const std::string kTwo =
+    Head(2) + Property("CRVNname", 0, 5, "Blur\0\0\0\0"s) + Property("abcdStsP", ~0u, 0, "");
+
+struct Row {
+    const char* name;
+    std::string section;
+    const char* reason;  // part of it; null when it is a property list
+};
+
+class PropertySection : public testing::TestWithParam<Row> {};
+TEST_P(PropertySection, SaysWhyNot)
+{
+    const Parsed parsed{GetParam().section};
+    if (GetParam().reason) {
+        ASSERT_NE(parsed.reason, nullptr);
+        EXPECT_NE(std::string{parsed.reason}.find(GetParam().reason), std::string::npos) << parsed.reason;
+    } else {
+        EXPECT_STREQ(parsed.reason, nullptr);
+    }
+}
+INSTANTIATE_TEST_SUITE_P(
+    Sections, PropertySection,
+    testing::Values(Row{"Empty", Head(0), nullptr}, Row{"TrailingZeros", Head(0) + "\0\0\0\0\0"s, nullptr},
+                    Row{"Trailing", kTwo + "\0x"s, "behind"}, Row{"Magic", "LPVM" + kTwo.substr(4), "begin"},
+                    Row{"Version", Head(0, 2), "version"},
+                    Row{"CountTooHigh", Head(~0u) + kTwo.substr(12), "inside a property"},
+                    Row{"CountTooLow", Head(1) + kTwo.substr(12), "behind"},
+                    Row{"Length", Head(1) + Property("CRVNname", 0, 9, "Blur\0\0\0\0"s), "longer"},
+                    Row{"LengthThatWraps", Head(1) + Property("CRVNname", 0, ~0u, "Blur"), "longer"},
+                    Row{"Padding", Head(1) + Property("CRVNname", 0, 5, "Blur\0x\0\0"s), "padding"},
+                    Row{"Twice", Head(2) + Property("CRVNabcd", 1, 0, "") + Property("CRVNabcd", 1, 0, ""),
+                        "twice"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(PropertySectionBytes, AreTakenAsTheyStand)
+{
+    const Parsed parsed{kTwo};
+    ASSERT_EQ(parsed.reason, nullptr);
+    const MVProperty* name = nullptr;
+    const MVProperty* stays = nullptr;
+    MVFindProperty(parsed.list, MV_VENDOR, MV_CODE('n', 'a', 'm', 'e'), 0, &name);
+    MVFindProperty(parsed.list, MV_CODE('a', 'b', 'c', 'd'), MV_Key_STAYS, -1, &stays);
+    ASSERT_TRUE(name && stays);
+    EXPECT_EQ(std::string(static_cast<const char*>(name->data), name->size), "Blur\0"s);
+    EXPECT_EQ(stays->size, 0u);
+    for (size_t size = 0; size < kTwo.size(); ++size) {
+        EXPECT_NE(Parsed{kTwo.substr(0, size)}.reason, nullptr) << size;
+    }
+}
+
+// A real plug-in, spoiled in a copy.
+class PropertyFile : public qltest::Library {
+  protected:
+    void SetUp() override
+    {
+        Library::SetUp();
+        ASSERT_EQ(MVInit(nullptr, nullptr, nullptr), 0);
+        std::ifstream stream{QL_SAMPLE_PLUGIN, std::ios::binary};
+        m_good.assign(std::istreambuf_iterator<char>{stream}, {});
+        ASSERT_GT(m_good.size(), sizeof(Elf64_Ehdr));
+        m_path = std::filesystem::path{testing::TempDir()} / "spoiled.so";
+    }
+    void TearDown() override
+    {
+        std::filesystem::remove(m_path);
+        EXPECT_EQ(MVTerm(), 0);
+        Library::TearDown();
+    }
+
+    // Why a file with these bytes is no plug-in; empty when it is one.
+    std::string Reason(const std::string& bytes)
+    {
+        std::ofstream{m_path, std::ios::binary} << bytes;
+        MVFileSpec* file = nullptr;
+        MVPropertyList* list = nullptr;
+        const char* reason = nullptr;
+        EXPECT_EQ(MVAddFile(nullptr, m_path.c_str(), &file), 0);
+        const Err err = mvEdgeReadProperties(file, &list);
+        EXPECT_EQ(MVGetFileReason(file, &reason), 0);
+        EXPECT_EQ(err, *reason ? Err{MV_Err_NOT_ACQUIRED} : 0) << reason;
+        EXPECT_EQ(list == nullptr, err != 0);
+        MVFreePropertyList(list);
+        return reason;
+    }
+
+    std::string Spoiled(const std::function<void(Elf64_Ehdr&, Elf64_Shdr* headers, Elf64_Shdr& ours)>& spoil)
+    {
+        std::string bytes = m_good;
+        auto* header = reinterpret_cast<Elf64_Ehdr*>(bytes.data());
+        auto* sections = reinterpret_cast<Elf64_Shdr*>(bytes.data() + header->e_shoff);
+        const char* names = bytes.data() + sections[header->e_shstrndx].sh_offset;
+        auto* ours = sections;
+        while (std::strcmp(names + ours->sh_name, MV_PROPERTY_SECTION) != 0) ++ours;
+        spoil(*header, sections, *ours);
+        return bytes;
+    }
+
+    std::string m_good;
+    std::filesystem::path m_path;
+};
+
+TEST_F(PropertyFile, CutAnywhereIsRefused)
+{
+    EXPECT_EQ(Reason(m_good), "");
+    const auto* header = reinterpret_cast<const Elf64_Ehdr*>(m_good.data());
+    const auto* sections = reinterpret_cast<const Elf64_Shdr*>(m_good.data() + header->e_shoff);
+    std::vector<size_t> cuts{0, 1, 3, 4, 15, 16, 52, 63, 64, m_good.size() - 1};
+    for (int i = 0; i < header->e_shnum; ++i) {
+        const size_t edge = sections[i].sh_offset;
+        const size_t end = edge + (sections[i].sh_type == SHT_NOBITS ? 0 : sections[i].sh_size);
+        const size_t row = header->e_shoff + i * sizeof *sections;
+        for (const size_t cut : {edge - 1, edge, edge + 1, end - 1, end, end + 1, row - 1, row, row + 1}) {
+            if (cut < m_good.size()) cuts.push_back(cut);
+        }
+    }
+    for (const size_t cut : cuts) EXPECT_NE(Reason(m_good.substr(0, cut)), "") << cut;
+    for (const char* text : {"", "#!/bin/sh\n",
+                             "\x7f"
+                             "ELF",
+                             "!<arch>\n"})
+        EXPECT_NE(Reason(text), "") << text;
+}
+
+TEST_F(PropertyFile, LiesInHeadersAreFound)
+{
+    using Header = Elf64_Ehdr;
+    using Section = Elf64_Shdr;
+    const uint64_t most = ~uint64_t{0};
+    const std::pair<std::function<void(Header&, Section*, Section&)>, const char*> rows[] = {
+        {[](Header& h, Section*, Section&) { h.e_ident[EI_CLASS] = 7; }, "damaged"},
+        {[](Header& h, Section*, Section&) { h.e_machine = EM_68K; }, "another machine"},
+        {[](Header& h, Section*, Section&) { h.e_type = ET_CORE; }, "no shared object"},
+        {[=](Header& h, Section*, Section&) { h.e_shoff = most - 63; }, ""},
+        {[](Header& h, Section*, Section&) { h.e_shoff = 0; }, "no property list"},
+        {[](Header& h, Section*, Section&) { h.e_shentsize = 1; }, "damaged"},
+        {[](Header& h, Section*, Section&) { h.e_shnum = 0xFE00; }, ""},
+        {[=](Header& h, Section* s, Section&) { h.e_shnum = 0, s->sh_size = most; }, ""},
+        {[](Header& h, Section*, Section&) { h.e_shstrndx = h.e_shnum; }, ""},
+        {[](Header& h, Section*, Section&) { h.e_shstrndx = 0; }, "no property list"},
+        {[](Header& h, Section* s, Section&) { s[h.e_shstrndx].sh_offset += 1 << 20; }, "cut short"},
+        {[=](Header& h, Section* s, Section&) { s[h.e_shstrndx].sh_size = most; }, "more section names"},
+        {[](Header& h, Section* s, Section&) { s[h.e_shstrndx].sh_flags |= SHF_COMPRESSED; }, "damaged"},
+        {[](Header&, Section*, Section& ours) { ours.sh_name = ~0u; }, "damaged"},
+        {[](Header&, Section*, Section& ours) { ours.sh_type = SHT_NOBITS; }, "damaged"},
+        {[=](Header&, Section*, Section& ours) { ours.sh_offset = most; }, "cut short"},
+        {[=](Header&, Section*, Section& ours) { ours.sh_size = most; }, "cut short"},
+        {[](Header&, Section*, Section& ours) { ours.sh_size = 11; }, "cut short"},
+        {[](Header&, Section*, Section& ours) { ours.sh_offset -= 1; }, "begin"},
+        {[](Header&, Section* s, Section& ours) { s[1].sh_name = ours.sh_name; }, "more than one"},
+    };
+    int number = 0;
+    for (const auto& [spoil, reason] : rows) {
+        const std::string found = Reason(Spoiled(spoil));
+        EXPECT_TRUE(!found.empty() && found.find(reason) != std::string::npos) << number << ": " << found;
+        ++number;
+    }
+}
+
+TEST_F(PropertyFile, IsReportedOnceForAReason)
+{
+    const std::string cut = m_good.substr(0, m_good.size() - 1);
+    Reason(cut), Reason(cut), Reason("no plug-in at all");
+    ASSERT_EQ(Reports().size(), 1u);
+    EXPECT_EQ(Reports()[0].text,
+              "QLTest warning: The plug-in " + m_path.native() + " cannot be used: the file is cut short.");
+}
+
+}  // namespace

@@ -1,0 +1,224 @@
+// A host's life with the sample plug-ins: order, retries, messages, code that comes and goes, and plug-ins that
+// break the rules.
+#include <algorithm>
+
+#include "PluginHost.h"
+#include "RND.h"
+#include "SampleMessages.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+const fs::path kSamples = fs::path{QL_PLUGINS_DIR} / "samples";
+const fs::path kUnruly = fs::path{QL_PLUGINS_DIR} / "unruly";
+
+int HostPlugin(const char*, const char*, void*)
+{
+    return 0;
+}
+
+class SamplePlugins : public PluginHost {
+  protected:
+    void Start(const char* leftOut = "")
+    {
+        keptBack = leftOut;
+        Begin(kSamples);
+        ASSERT_EQ(MVAddHostPlugin(nullptr, HostPlugin, nullptr, "Host", nullptr, nullptr), 0);
+        ASSERT_EQ(MVStartupPlugins(), 0);
+    }
+
+    static int32_t Bounce(double t, double* height)
+    {
+        BounceMessage message{};
+        message.t = t;
+        int32_t result = -1;
+        EXPECT_EQ(MVSendMessage(Named("Bounce"), BOUNCE_CALLER, BOUNCE_HEIGHT, &message, &result), 0);
+        *height = message.height;
+        return result;
+    }
+
+    static Err Acquire(const void** procs) { return MVAcquireSuite(nullptr, EASE_SUITE, 1, 0, procs); }
+    static Err Release() { return MVReleaseSuite(nullptr, EASE_SUITE, 1, 0); }
+};
+
+TEST_F(SamplePlugins, StartInOrderAndAgainWhenASuiteHasCome)
+{
+    Start();
+    EXPECT_EQ(Names(),
+              (::Names{"Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Failing", "Text Adapter"}));
+    EXPECT_EQ(started, (::Names{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease",
+                                "Bounce", "Failing"}));
+    for (const auto& name : Names()) {
+        int32_t isStarted = 0, broken = 0, skips = 0;
+        MVGetPluginStarted(Named(name.c_str()), &isStarted);
+        MVGetPluginBroken(Named(name.c_str()), &broken);
+        MVGetPluginSkipShutdown(Named(name.c_str()), &skips);
+        EXPECT_EQ(isStarted, 1) << name;
+        EXPECT_EQ(broken, name == "Failing") << name;
+        EXPECT_EQ(skips, name == "Failing" || name == "Grain") << name;
+    }
+    double height = 0;
+    EXPECT_EQ(Bounce(0.5 / 3.0, &height), 0);
+    EXPECT_DOUBLE_EQ(height, 1.0);
+    EXPECT_EQ(Bounce(1.5, &height), U_Err_BAD_PARAMETER);  // its own result, apart from the call's code
+}
+
+TEST_F(SamplePlugins, ShutDownAllButTheOneThatRefuses)
+{
+    Start();
+    double height = 0;
+    ASSERT_EQ(Bounce(0.1, &height), 0);
+    ASSERT_EQ(MVShutdownPlugins(), 0);
+    for (const char* name : {"ease", "bounce", "grain"}) {
+        EXPECT_FALSE(InMemory(kSamples / name += ".so")) << name;
+    }
+    EXPECT_TRUE(InMemory(kSamples / "sticky.so"));
+    End();
+    EXPECT_FALSE(InMemory(kSamples / "sticky.so"));
+}
+
+TEST_F(SamplePlugins, AreFlushedWhenNobodyHoldsThem)
+{
+    Start();
+    EXPECT_EQ(AccessCount("Ease"), 1);  // held by the suite that "Bounce" has
+    EXPECT_EQ(AccessCount("Bounce"), 0);
+    const void* procs = nullptr;
+    ASSERT_EQ(Acquire(&procs), 0);
+    ASSERT_EQ(Release(), 0);
+    EXPECT_EQ(AccessCount("Ease"), 1);
+
+    const auto loaded = [](const char* name) { return InMemory(kSamples / name); };
+    int32_t flushed = 0;
+    EXPECT_EQ(MVFlushCaches(nullptr, &flushed), 0x496E5573);  // what "Sticky" says
+    EXPECT_TRUE(loaded("ease.so") && loaded("sticky.so"));
+    while (MVFlushCaches(nullptr, &flushed) == 0 && flushed > 0) {
+    }
+    double height = 0;
+    ASSERT_EQ(Bounce(0.5, &height), 0);  // loaded again, with the globals that it left
+    EXPECT_DOUBLE_EQ(height, 0.25);
+}
+
+TEST_F(SamplePlugins, PublishAgainAfterAFlush)
+{
+    Begin(kSamples);
+    keptBack = "Bounce";
+    ASSERT_EQ(MVStartupPlugins(), 0);
+    int32_t flushed = 0;
+    const auto leave = [](const char*, void* access, int32_t* should) -> Err {
+        MVPlugin* plugin = nullptr;
+        MVGetAccessPlugin(static_cast<MVAccess*>(access), &plugin);
+        *should = Name(plugin) == "Ease";
+        return 0;
+    };
+    for (int32_t disposeType : {MV_Dispose_UNUSED, MV_Dispose_LEAVING}) {
+        ASSERT_EQ(MVFlushAccesses(leave, &flushed, disposeType), 0);
+        EXPECT_EQ(flushed, 1) << disposeType;
+        EXPECT_FALSE(InMemory(kSamples / "ease.so"));
+        const void* procs = nullptr;
+        ASSERT_EQ(Acquire(&procs), 0);
+        EXPECT_DOUBLE_EQ(static_cast<const EaseSuite*>(procs)->EaseIn(0.5), 0.25);
+        EXPECT_EQ(MVFlushAccesses(leave, &flushed, MV_Dispose_UNUSED), 0);
+        EXPECT_EQ(flushed, 0);  // acquired
+    }
+}
+
+TEST_F(SamplePlugins, StartForAnExport)
+{
+    Start("Grain");
+    EXPECT_EQ(std::count(started.begin(), started.end(), "Grain"), 0);
+    int32_t found = -1;
+    ASSERT_EQ(MVStartupExport(nullptr, GRAIN_EXPORT, kGrainVersion + 1, &found), 0);
+    EXPECT_EQ(found, 0);
+    ASSERT_EQ(MVStartupExport(nullptr, GRAIN_EXPORT, kGrainVersion, &found), 0);
+    EXPECT_EQ(found, 1);
+    EXPECT_EQ(started.back(), "Grain");
+
+    double drawn[8], expected[8];
+    RND_FloatState state;
+    RND_InitFloatState(42, &state);
+    RND_GetNextRandomFloats(&state, 8, expected, -1.0, 1.0);
+    GrainMessage message{{}, 42, 8, drawn};
+    int32_t result = -1;
+    ASSERT_EQ(MVSendMessage(Named("Grain"), GRAIN_CALLER, GRAIN_DRAW, &message, &result), 0);
+    EXPECT_EQ(result, 0);
+    EXPECT_TRUE(std::equal(drawn, drawn + 8, expected));
+}
+
+TEST_F(SamplePlugins, OfAnotherKindAnswerThroughTheirAdapter)
+{
+    Start();
+    TextMessage message{};
+    int32_t result = -1, flushed = 0;
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(MVSendMessage(Named("hello"), TEXT_CALLER, "Greeting", &message, &result), 0);
+        EXPECT_EQ(result, 0);
+        EXPECT_STREQ(message.text, "Hello from a text file");
+        MVFlushCaches(nullptr, &flushed);
+        EXPECT_EQ(AccessCount("hello"), -1);
+    }
+    ASSERT_EQ(MVSendMessage(Named("hello"), TEXT_CALLER, "Greet", &message, &result), 0);
+    EXPECT_EQ(result, U_Err_BAD_PARAMETER);
+}
+
+TEST_F(SamplePlugins, LeaveNothingInAHundredRounds)
+{
+    for (int round = 0; round < 100; ++round) {
+        Start();
+        double height = 0;
+        ASSERT_EQ(Bounce(0.5, &height), 0);
+        int32_t flushed = 0;
+        MVFlushAccesses(nullptr, &flushed, round % 3);
+        ASSERT_EQ(MVShutdownPlugins(), 0);
+        End();
+        for (const auto& entry : fs::directory_iterator{kSamples})
+            ASSERT_FALSE(InMemory(entry.path())) << entry;
+    }
+}
+
+TEST_F(SamplePlugins, ThatThrowAreCaughtAndStayLoaded)
+{
+    Begin(kUnruly);
+    ASSERT_EQ(MVStartupPlugins(), 0);
+    const std::tuple<const char*, Err, int32_t> rows[] = {
+        {"Throw code", 77, 0},
+        {"Throw exception", U_Err_UNKNOWN, 0},
+        {"Throw anything", U_Err_UNKNOWN, 0},
+        {"Message itself", 0, 0},
+    };
+    int32_t count = 0;
+    for (const auto& [rule, code, ownResult] : rows) {
+        Forget();
+        int32_t result = -1;
+        EXPECT_EQ(MVSendMessage(Named("Unruly"), "Unruly", rule, nullptr, &result), code) << rule;
+        EXPECT_EQ(result, ownResult) << rule;
+        EXPECT_EQ(!Reports().empty(), code != 0) << rule;
+        EXPECT_EQ(AccessCount("Unruly"), count += code != 0) << rule;
+    }
+    int32_t flushed = 0;
+    ASSERT_EQ(MVFlushCaches(nullptr, &flushed), 0);
+    EXPECT_TRUE(InMemory(kUnruly / "unruly.so"));
+}
+
+TEST_F(SamplePlugins, ThatCannotBeLoadedAreBrokenAndSayWhy)
+{
+    Begin(kUnruly);
+    ASSERT_EQ(MVStartupPlugins(), 0);
+    const std::pair<const char*, const char*> rows[] = {{"noentry", "it has no function MVPluginMain"},
+                                                        {"Unresolved", "AFunctionOfAnotherHost"}};
+    for (const auto& [name, reason] : rows) {
+        int32_t broken = 0;
+        MVAccess* access = nullptr;
+        EXPECT_EQ(MVAcquirePlugin(Named(name), &access), MV_Err_NOT_ACQUIRED) << name;
+        MVGetPluginBroken(Named(name), &broken);
+        EXPECT_EQ(broken, 1) << name;
+        const auto said = [&, reason = reason](const auto& report) {
+            return report.text.find(reason) != std::string::npos;
+        };
+        EXPECT_EQ(std::count_if(Reports().begin(), Reports().end(), said), 1) << name;
+    }
+    EXPECT_FALSE(InMemory(kUnruly / "noentry.so"));
+}
+
+}  // namespace

@@ -1,0 +1,107 @@
+// An adapter: it serves plug-ins that are text files, "*.mvtext", each line of which answers a selector.
+//
+//     # a remark
+//     Greeting Hello from a text file
+//
+// The host sends "MV Adapters" messages here. "Register plugins" lists the text files among those that the scan of
+// the plug-ins folder met; "Load plugin" reads one into a block, which is the plug-in's adapter info until "Release
+// plugin"; "Send message" answers from it. Nothing is kept in this code, so it may go between two messages.
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "MVPluginEntry.h"
+#include "SampleMessages.h"
+
+namespace {
+
+constexpr std::string_view kSuffix = ".mvtext";
+constexpr char kAdapterName[] = "Text Adapter";
+constexpr std::size_t kLongestText = 65536;
+
+Err Register(const MVAdapterMessage& message)
+{
+    MVAdapter* adapter = nullptr;
+    MVFindAdapter(kAdapterName, &adapter);
+    if (adapter) return 0;
+    if (const Err err = MVAddAdapter(message.data.self, kAdapterName, 1, 0, nullptr, &adapter)) return err;
+    MVFileSpec* file = nullptr;
+    while (MVNextFile(nullptr, file, &file) == 0 && file) {
+        const char* path = "";
+        MVGetFilePath(file, &path);
+        if (!std::string_view{path}.ends_with(kSuffix)) continue;
+        MVSetFileReason(file, nullptr);
+        if (const Err err = MVAddPlugin(nullptr, file, nullptr, nullptr, adapter, nullptr, nullptr))
+            return err;
+    }
+    return 0;
+}
+
+Err Load(MVPlugin* plugin)
+{
+    MVFileSpec* file = nullptr;
+    const char* path = "";
+    if (MVGetPluginFileSpec(plugin, &file) != 0 || MVGetFilePath(file, &path) != 0)
+        return MV_Err_NOT_ACQUIRED;
+    std::ifstream stream{path, std::ios::binary};
+    const std::string text{std::istreambuf_iterator<char>{stream}, {}};
+    if (!stream || text.size() > kLongestText || text.find('\0') != text.npos) {
+        MVSetFileReason(file, "it cannot be read as a text of at most 64 KiB");
+        return MV_Err_NOT_ACQUIRED;
+    }
+    void* block = nullptr;
+    if (const Err err = MVAllocateBlock(text.size() + 1, "a text-defined plug-in", &block)) return err;
+    std::memcpy(block, text.c_str(), text.size() + 1);
+    return MVSetPluginAdapterInfo(plugin, block);
+}
+
+Err Release(MVPlugin* plugin)
+{
+    void* block = nullptr;
+    MVGetPluginAdapterInfo(plugin, &block);
+    MVSetPluginAdapterInfo(plugin, nullptr);
+    return MVFreeBlock(block);
+}
+
+// What stands behind a selector in the text. The empty answer is one too.
+bool FindAnswer(std::string_view text, std::string_view selector, std::string_view* answer)
+{
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        if (!line.starts_with(selector) || line.starts_with('#')) continue;
+        if (line.size() != selector.size() && line[selector.size()] != ' ') continue;
+        *answer = line.substr(std::min(selector.size() + 1, line.size()));
+        return true;
+    }
+    return false;
+}
+
+int Send(const MVAdapterMessage& message)
+{
+    if (std::strcmp(message.caller, TEXT_CALLER) != 0) return 0;
+    void* block = nullptr;
+    MVGetPluginAdapterInfo(message.plugin, &block);
+    std::string_view answer;
+    if (!block || !FindAnswer(static_cast<const char*>(block), message.selector, &answer))
+        return U_Err_BAD_PARAMETER;
+    auto* out = static_cast<TextMessage*>(message.message);
+    out->text[answer.copy(out->text, sizeof out->text - 1)] = '\0';
+    return 0;
+}
+
+}  // namespace
+
+MV_PLUGIN_ENTRY(caller, selector, message)
+{
+    if (std::strcmp(caller, MV_Caller_ADAPTERS) != 0) return 0;
+    const auto& adapters = *static_cast<const MVAdapterMessage*>(message);
+    const std::string_view what{selector};
+    if (what == MV_Selector_REGISTER_PLUGINS) return Register(adapters);
+    if (what == MV_Selector_LOAD_PLUGIN) return Load(adapters.plugin);
+    if (what == MV_Selector_RELEASE_PLUGIN) return Release(adapters.plugin);
+    if (what == MV_Selector_SEND_MESSAGE) return Send(adapters);
+    return 0;
+}
