@@ -25,7 +25,8 @@ enum {
     M_Err_MATRIX_NOT_INVERTIBLE = 0x1107,    ///< a problem
     M_Err_MATRIX_NOT_DECOMPOSABLE = 0x1108,  ///< a problem
     M_Err_NORMAL_VECTOR_FAILED = 0x1109,     ///< a problem
-    M_Err_PLANE_NOT_INTERSECTED = 0x110A     ///< a problem
+    M_Err_PLANE_NOT_INTERSECTED = 0x110A,    ///< a problem
+    M_Err_ZERO_WEIGHT = 0x110C               ///< thrown for a homogeneous point that cannot be divided
 };
 
 /// What `M_Birth` prepares.

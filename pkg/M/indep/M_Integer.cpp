@@ -47,11 +47,16 @@ int32_t Mp_WrapToInt32(double whole)
 
 // Wanted: x + 0.5 and x - 0.5 are formed in doubles, so the largest double below 0.5 rounds to 1 and its
 // negative to -1. Stored values were rounded this way; floor(x + 0.5) done exactly would differ.
+double Mp_RoundToWhole(double x)
+{
+    if (x > 0) return std::floor(x + 0.5);
+    const double up = x + 0.5;
+    return up == std::floor(up) ? up : std::trunc(x - 0.5);
+}
+
 int32_t M_RoundDouble(double x)
 {
-    if (x > 0) return Mp_WrapToInt32(std::floor(x + 0.5));
-    const double up = x + 0.5;
-    return Mp_WrapToInt32(up == std::floor(up) ? up : std::trunc(x - 0.5));
+    return Mp_WrapToInt32(Mp_RoundToWhole(x));
 }
 
 int32_t M_RoundDoubleSafe(double x)

@@ -123,4 +123,7 @@ constexpr bool Mp_DivideByGCD(int32_t& num, uint32_t& den)
 /// A whole number that may lie anywhere, modulo 2^32; 0 for what is no finite number.
 int32_t Mp_WrapToInt32(double whole);
 
+/// What `M_RoundDouble` rounds to, before 32 bits are asked for.
+double Mp_RoundToWhole(double x);
+
 #endif

@@ -1,0 +1,13 @@
+# Matrices, transforms, rotations.
+ql_package(M_geometry HEADERS headers INSTALL M_Vector.h M_Matrix.h
+  PRIVATE indep
+  SOURCES
+    indep/M_Kernels.cpp
+    indep/M_Matrix3.cpp
+    indep/M_Matrix4.cpp
+    indep/M_MatrixInverse.cpp
+    indep/M_Transform.cpp
+    indep/M_TransformRect.cpp)
+
+ql_tests(M_geometry_tests
+  SOURCES tests/M_Matrix_test.cpp tests/M_Transform_test.cpp)
