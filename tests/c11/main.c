@@ -4,6 +4,8 @@
 #include "U.h"
 
 int CheckALOG(void);
+int CheckM_Matrix(void);
+int CheckM_Rotation(void);
 int CheckU(void);
 int CheckU_Err(void);
 
@@ -12,7 +14,11 @@ int main(void)
     static const struct {
         const char* header;
         int (*check)(void);
-    } checks[] = {{"ALOG.h", CheckALOG}, {"U.h", CheckU}, {"U_Err.h", CheckU_Err}};
+    } checks[] = {{"ALOG.h", CheckALOG},
+                  {"M_Matrix.h", CheckM_Matrix},
+                  {"M_Rotation.h", CheckM_Rotation},
+                  {"U.h", CheckU},
+                  {"U_Err.h", CheckU_Err}};
     int failed = U_Birth("a host in C", 1);
     for (size_t at = 0; failed == 0 && at < sizeof checks / sizeof *checks; ++at) {
         failed = checks[at].check();
