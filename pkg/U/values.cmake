@@ -1,0 +1,4 @@
+# Variant values, trees of them, and their JSON text.
+ql_package(U HEADERS headers INSTALL U_Any.h U_AnyTree.h U_ColorRGBA.h PRIVATE indep SOURCES
+  indep/U_Any.cpp indep/U_AnyJSON.cpp indep/U_AnyTree.cpp indep/U_AnyTree_Errors.cpp indep/U_AnyTree_Read.cpp
+  indep/U_AnyTree_Shapes.cpp indep/U_AnyTree_Write.cpp)
