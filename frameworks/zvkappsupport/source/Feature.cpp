@@ -32,8 +32,13 @@ Feature* Find(std::string_view name) noexcept
 
 bool IsFeatureEnabled(std::string_view name) noexcept
 {
+    return IsFeatureEnabled(name, false);
+}
+
+bool IsFeatureEnabled(std::string_view name, bool unset) noexcept
+{
     const Feature* const feature = Find(name);
-    return feature != nullptr && feature->enabled.load(std::memory_order_relaxed);
+    return feature == nullptr ? unset : feature->enabled.load(std::memory_order_relaxed);
 }
 
 bool SetFeatureEnabled(std::string_view name, bool enabled)

@@ -13,12 +13,13 @@ namespace {
 TEST(Feature, IsOffUntilSomebodyTurnsItOn)
 {
     EXPECT_FALSE(IsFeatureEnabled("QL.Test.One"));
+    EXPECT_TRUE(IsFeatureEnabled("QL.Test.One", true));
     EXPECT_FALSE(SetFeatureEnabled("QL.Test.One", true));
     EXPECT_FALSE(IsFeatureEnabled("QL.Test.On"));
     EXPECT_FALSE(IsFeatureEnabled("QL.Test.One.More"));
     EXPECT_TRUE(SetFeatureEnabled("QL.Test.One", true));
     EXPECT_TRUE(SetFeatureEnabled("QL.Test.One", false));
-    EXPECT_FALSE(IsFeatureEnabled("QL.Test.One"));
+    EXPECT_FALSE(IsFeatureEnabled("QL.Test.One", true));
 }
 
 TEST(Feature, MayBeAskedWhileOthersAreAdded)
