@@ -256,9 +256,7 @@ class U_EXPORT SpanManager {
     {
         return retainActive && retainStart <= frame && frame <= retainEnd;
     }
-    SpanPair* ActivePair(FrameIndex frame, SpanDirection direction);
     void ReadText(const U_UTF8String& text);
-    void RebuildAllSpans();
 
     U_UTF8String segmenterName;
     SpanMap i_spans_map;

@@ -1,0 +1,232 @@
+#include "SMS_SpanManager.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "FakePlugin.h"
+#include "zvkcore/utility/HashValueMixer.h"
+
+namespace {
+
+using namespace tessaly;
+using namespace smstest;
+using namespace zvkcore::string::literals;
+using M = SpanManager;
+
+constexpr auto kForward = M::SpanDirection_Forward;
+constexpr auto kBackward = M::SpanDirection_Backward;
+constexpr FrameIndex kFirst = std::numeric_limits<FrameIndex>::min();
+constexpr FrameIndex kLast = std::numeric_limits<FrameIndex>::max();
+constexpr FrameCount kLongest = std::numeric_limits<FrameCount>::max();
+
+class Spans : public testing::Test {
+  protected:
+    // Fills the manager from {frame, forward, backward}.
+    void Set(std::initializer_list<M::SpanInfo> spans)
+    {
+        for (const auto& span : spans) {
+            manager.SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
+        }
+    }
+
+    Log log;
+    FakeCreator creator{&log};
+    Registration registration{&creator, "Fake"};
+    Guid guid = Guid::CreateFromBytes("manager", 7);
+    M manager{guid, true, "Fake"_utf8, boost::rational<int>(1, 25)};
+};
+
+struct CoverRow {
+    FrameIndex frame;
+    FrameIndex forwardBase, backwardBase;  // 0 for none
+    bool manualAnswer;
+};
+
+TEST_F(Spans, CoverFrames)
+{
+    Set({{10, 5, 3}, {30, 0, 3}, {40, 100, 0}, {50, 2, 20}, {60, 5, 2}});
+    const CoverRow rows[] = {
+        {7, 0, 0, false},     {8, 0, 10, false},  {10, 10, 10, true}, {14, 10, 0, true},
+        {15, 0, 0, false},    {28, 0, 30, false}, {30, 0, 30, false},  // its own forward duration is 0, so no neighbour is asked
+        {31, 0, 0, false},    {40, 40, 0, true},  // the long backward span of 50 stops before 40
+        {45, 40, 50, true},   {50, 50, 50, true}, {52, 0, 0, false},  // nor does 40's long span pass 50
+        {59, 0, 60, false},   {64, 60, 0, true},  {65, 0, 0, false},  {kFirst, 0, 0, false},
+        {kLast, 0, 0, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.frame);
+        const auto check = [&](M::SpanDirection direction, FrameIndex base) {
+            M::SingleSpan span{1, nullptr, nullptr, 1};
+            EXPECT_EQ(manager.GetActiveSpan(row.frame, direction, &span), base != 0);
+            EXPECT_EQ(manager.IsActiveFrame(row.frame, direction), base != 0);
+            EXPECT_EQ(span.baseFrame, base);
+            EXPECT_EQ(span.segmenter != nullptr && span.matter != nullptr, base != 0);
+            EXPECT_EQ(manager.GetSpanDuration(row.frame, direction), span.duration);
+            if (base != 0) {
+                EXPECT_EQ(manager.GetActiveManualFrameIndex(row.frame, direction), base);
+                const auto& pair = manager.GetSpans().at(base);
+                EXPECT_EQ(span.segmenter,
+                          direction == kForward ? pair.forwardSegmenter : pair.backwardSegmenter);
+            }
+        };
+        check(kForward, row.forwardBase);
+        check(kBackward, row.backwardBase);
+        FrameCount backward = 7, forward = 7;
+        EXPECT_EQ(manager.GetManualFrame(row.frame, backward, forward), row.manualAnswer);
+        const auto* pair = row.manualAnswer ? &manager.GetSpans().at(row.forwardBase) : nullptr;
+        EXPECT_EQ(backward, pair ? pair->backwardDuration : 0);
+        EXPECT_EQ(forward, pair ? pair->forwardDuration : 0);
+    }
+}
+
+TEST_F(Spans, ReachTheEndsOfFrameNumbersWithoutWrapping)
+{
+    Set({{kFirst, kLongest, kLongest}});
+    EXPECT_TRUE(manager.IsActiveFrame(kLast - 1, kForward));
+    EXPECT_FALSE(manager.IsActiveFrame(kLast, kForward)) << "one frame more than a duration can count";
+    EXPECT_EQ(manager.CalcActiveRangeExtension(kLast - 1, kForward, kLongest), kLongest);
+    manager.ClearManualFrame(kFirst);
+    Set({{kLast, kLongest, kLongest}});
+    EXPECT_TRUE(manager.IsActiveFrame(kFirst + 1, kBackward));
+    EXPECT_FALSE(manager.IsActiveFrame(kFirst, kBackward));
+    EXPECT_EQ(manager.CalcActiveRangeExtension(-5, kBackward, kLongest), kLongest);
+}
+
+struct ExtensionRow {
+    const char* name;
+    M::SpanInfo span, neighbour;
+    FrameIndex frame;
+    M::SpanDirection direction;
+    FrameCount extension, duration;
+};
+
+TEST_F(Spans, ExtendUpToTheirNeighbours)
+{
+    const ExtensionRow rows[] = {
+        {"flush forward", {10, 5, 3}, {30, 0, 4}, 12, kForward, 100, 17},
+        {"flush backward", {30, 1, 5}, {10, 4, 9}, 28, kBackward, 100, 17},
+        {"over a neighbour without an opposite span", {10, 5, 3}, {30, 9, 0}, 12, kForward, 100, 21},
+        {"the same backward", {30, 1, 5}, {10, 0, 9}, 28, kBackward, 100, 21},
+        {"as far as asked", {10, 5, 3}, {30, 0, 4}, 12, kForward, 8, 10},
+        {"never shorter", {10, 5, 3}, {30, 0, 4}, 12, kForward, 1, 5},
+        {"never shorter backward", {30, 1, 5}, {10, 4, 9}, 30, kBackward, 0, 5},
+        {"a neighbour over the base counts as unsigned",
+         {10, 5, 3},
+         {30, 0, 25},
+         12,
+         kForward,
+         1,
+         static_cast<FrameCount>(-4)},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        M spans{guid, true, "Fake"_utf8, boost::rational<int>(1)};
+        for (const auto& span : {row.span, row.neighbour}) {
+            spans.SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
+        }
+        EXPECT_EQ(spans.CalcActiveRangeExtension(row.frame, row.direction, row.extension), row.duration);
+    }
+}
+
+TEST_F(Spans, NothingCoversAnEmptyManager)
+{
+    Assertions assertions;
+    EXPECT_TRUE(manager.GetSpanInfo().empty());
+    EXPECT_FALSE(manager.IsManualFrame(0) || manager.IsActiveFrame(0, kForward) ||
+                 manager.IsActiveFrame(0, kBackward) || manager.GetActiveSpan(0, kForward));
+    EXPECT_EQ(manager.SetSpanDuration(0, kForward, 9), 0u);
+    EXPECT_EQ(manager.GetSpanDuration(0, kBackward), 0u);
+    EXPECT_EQ(assertions.heard, Log());
+    EXPECT_EQ(manager.GetActiveManualFrameIndex(0, kForward), 0);
+    EXPECT_EQ(manager.CalcActiveRangeExtension(0, kBackward, 9), 1u);
+    EXPECT_EQ(assertions.heard, (Log{"IsActiveFrame(frame, dir)|GetActiveManualFrameIndex called with "
+                                     "non-active frame",
+                                     "IsActiveFrame(frame, dir)|"}));
+}
+
+TEST_F(Spans, KeepAManualFrameThatIsThere)
+{
+    Set({{20, 1, 2}, {10, 5, 3}});
+    const auto objects = manager.GetSpans().at(10).forwardSegmenter;
+    manager.SetManualFrame(10, 9, 9);
+    EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 5, 3}, {20, 1, 2}}));
+    EXPECT_EQ(manager.GetSpans().at(10).forwardSegmenter, objects);
+    EXPECT_EQ(manager.SetSpanDuration(14, kForward, 2), 5u);
+    EXPECT_EQ(manager.SetSpanDuration(14, kForward, 7), 0u) << "no longer covered";
+    EXPECT_EQ(manager.SetSpanDuration(10, kBackward, 0), 3u);
+    EXPECT_EQ(manager.SetSpanDuration(10, kForward, 0), 2u);
+    EXPECT_TRUE(manager.IsManualFrame(10));
+    EXPECT_EQ(manager.SetSpanDuration(10, kForward, 1), 0u) << "a span of no duration covers nothing";
+
+    M::SingleSpan copy;
+    ASSERT_TRUE(manager.GetActiveSpan(20, kForward, &copy));
+    manager.ClearManualFrame(20);
+    manager.ClearManualFrame(20);
+    EXPECT_FALSE(manager.IsManualFrame(20));
+    EXPECT_EQ(copy.segmenter.use_count(), 1) << "a copied span outlives its manual frame";
+}
+
+std::string Identity(std::string_view label, const Guid& manager, int32_t index)
+{
+    std::string bytes{label};
+    bytes.append(reinterpret_cast<const char*>(manager.GuidToBytes()), Guid::kSize);
+    bytes.append(reinterpret_cast<const char*>(&index), sizeof index);
+    return FakeSegmenter(Guid::CreateFromBytes(bytes.data(), bytes.size()), nullptr).Name();
+}
+
+Log IdentitiesOf(const M& manager, FrameIndex frame)
+{
+    const auto& pair = manager.GetSpans().at(frame);
+    return {dynamic_cast<FakeSegmenter&>(*pair.backwardSegmenter).Name(),
+            dynamic_cast<FakeSegmenter&>(*pair.forwardSegmenter).Name(),
+            dynamic_cast<FakeMatter&>(*pair.backwardMatter).Name(),
+            dynamic_cast<FakeMatter&>(*pair.forwardMatter).Name()};
+}
+
+Log Expected(const Guid& guid, int32_t index)
+{
+    return {Identity("seg.backwards", guid, index), Identity("seg.foward", guid, index),
+            Identity("hair.backwards", guid, index), Identity("hair.foward", guid, index)};
+}
+
+TEST_F(Spans, AreIdentifiedByTheirPlaceWhenTheyWereMade)
+{
+    Set({{20, 1, 1}, {10, 1, 1}});
+    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(guid, 0));
+    EXPECT_EQ(IdentitiesOf(manager, 10), Expected(guid, 1));
+
+    Log purged;
+    for (int32_t index : {1, 0}) {
+        for (const auto& name : Expected(guid, index)) purged.push_back("purge " + name);
+    }
+    manager.PurgeAllCaches();
+    EXPECT_EQ(log, purged) << "former objects in frame order, slot by slot";
+    EXPECT_EQ(IdentitiesOf(manager, 10), Expected(guid, 0));
+    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(guid, 1));
+
+    const Guid other = Guid::CreateFromBytes("other", 5);
+    manager.UpdateGuid(other);
+    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(other, 1));
+    EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 1, 1}, {20, 1, 1}}));
+}
+
+TEST_F(Spans, TakeNoMatterThatIsNone)
+{
+    creator.makesNoMatter = true;
+    Set({{1, 1, 1}});
+    EXPECT_EQ(manager.GetSpans().at(1).forwardMatter, nullptr);
+    EXPECT_NE(manager.GetSpans().at(1).forwardSegmenter, nullptr);
+}
+
+TEST_F(Spans, PrintTheMap)
+{
+    Set({{10, 5, 3}});
+    testing::internal::CaptureStdout();
+    manager.DumpSpanDataToConsole();
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "  SpanManager i_spans_map\n   base frame @ 10, backward duration 3, forward duration 5\n");
+}
+
+}  // namespace
