@@ -39,12 +39,16 @@ typedef struct GrainMessage {
     double* values; /* room for count */
 } GrainMessage;
 
-/* Text-defined plug-ins hear "Text" and a selector that they name themselves. */
-#define TEXT_CALLER "Text"
+/* What the sample host tells every plug-in around a run. Words that a plug-in puts in are printed. */
+#define HOST_CALLER "Sample Host"
+#define HOST_RUN_BEGINS "Run begins"
+#define HOST_RUN_ENDED "Run ended"
 
-typedef struct TextMessage {
+typedef struct HostMessage {
     MVMessageData data;
-    char text[256]; /* out */
-} TextMessage;
+    int32_t frames;  /* of the run, in */
+    int32_t failed;  /* of them, at its end */
+    char words[256]; /* out, empty when it comes in */
+} HostMessage;
 
 #endif

@@ -1,11 +1,13 @@
-// An adapter: it serves plug-ins that are text files, "*.mvtext", each line of which answers a selector.
+// An adapter: it serves plug-ins that are text files, "*.mvtext". Each of their lines answers one of the sample
+// host's messages:
 //
 //     # a remark
-//     Greeting Hello from a text file
+//     Run begins: Hello from a text file
 //
 // The host sends "MV Adapters" messages here. "Register plugins" lists the text files among those that the scan of
 // the plug-ins folder met; "Load plugin" reads one into a block, which is the plug-in's adapter info until "Release
 // plugin"; "Send message" answers from it. Nothing is kept in this code, so it may go between two messages.
+#include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -65,30 +67,28 @@ Err Release(MVPlugin* plugin)
     return MVFreeBlock(block);
 }
 
-// What stands behind a selector in the text. The empty answer is one too.
-bool FindAnswer(std::string_view text, std::string_view selector, std::string_view* answer)
+// What stands behind a selector and a colon in the text; empty without such a line.
+std::string_view FindAnswer(std::string_view text, std::string_view selector)
 {
     while (!text.empty()) {
-        const std::string_view line = text.substr(0, text.find('\n'));
+        std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (!line.starts_with(selector) || line.starts_with('#')) continue;
-        if (line.size() != selector.size() && line[selector.size()] != ' ') continue;
-        *answer = line.substr(std::min(selector.size() + 1, line.size()));
-        return true;
+        if (!line.starts_with(selector)) continue;
+        line.remove_prefix(selector.size());
+        if (line.starts_with(": ")) return line.substr(2);
     }
-    return false;
+    return {};
 }
 
 int Send(const MVAdapterMessage& message)
 {
-    if (std::strcmp(message.caller, TEXT_CALLER) != 0) return 0;
+    if (std::strcmp(message.caller, HOST_CALLER) != 0) return 0;
     void* block = nullptr;
     MVGetPluginAdapterInfo(message.plugin, &block);
-    std::string_view answer;
-    if (!block || !FindAnswer(static_cast<const char*>(block), message.selector, &answer))
-        return U_Err_BAD_PARAMETER;
-    auto* out = static_cast<TextMessage*>(message.message);
-    out->text[answer.copy(out->text, sizeof out->text - 1)] = '\0';
+    if (!block) return U_Err_BAD_PARAMETER;
+    auto* out = static_cast<HostMessage*>(message.message);
+    const std::string_view answer = FindAnswer(static_cast<const char*>(block), message.selector);
+    out->words[answer.copy(out->words, sizeof out->words - 1)] = '\0';
     return 0;
 }
 

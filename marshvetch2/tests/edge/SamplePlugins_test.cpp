@@ -149,17 +149,16 @@ TEST_F(SamplePlugins, StartForAnExport)
 TEST_F(SamplePlugins, OfAnotherKindAnswerThroughTheirAdapter)
 {
     Start();
-    TextMessage message{};
+    HostMessage message{};
     int32_t result = -1, flushed = 0;
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_EQ(MVSendMessage(Named("hello"), TEXT_CALLER, "Greeting", &message, &result), 0);
+    for (const auto& [selector, words] : {std::pair{HOST_RUN_BEGINS, "Hello from a text file"},
+                                          std::pair{HOST_RUN_ENDED, "Goodbye"}, std::pair{"Run", ""}}) {
+        ASSERT_EQ(MVSendMessage(Named("hello"), HOST_CALLER, selector, &message, &result), 0);
         EXPECT_EQ(result, 0);
-        EXPECT_STREQ(message.text, "Hello from a text file");
+        EXPECT_STREQ(message.words, words);
         MVFlushCaches(nullptr, &flushed);
         EXPECT_EQ(AccessCount("hello"), -1);
     }
-    ASSERT_EQ(MVSendMessage(Named("hello"), TEXT_CALLER, "Greet", &message, &result), 0);
-    EXPECT_EQ(result, U_Err_BAD_PARAMETER);
 }
 
 TEST_F(SamplePlugins, LeaveNothingInAHundredRounds)
