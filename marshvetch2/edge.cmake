@@ -1,6 +1,5 @@
-# The platform's half of the plug-in host, and the headers of an author of plug-in files.
-ql_package(marshvetch2_edge HEADERS headers INSTALL MVPluginEntry.h MVPropertySection.h
-  PRIVATE sources/edge
+# The platform's half of the plug-in host: files in a folder, property lists in files, code in memory.
+ql_package(marshvetch2_edge HEADERS headers PRIVATE sources/edge
   SOURCES
     sources/edge/MV_EdgeCode.cpp
     sources/edge/MV_EdgeFile.cpp

@@ -41,7 +41,7 @@
 ///
 ///     0         length: the bytes of the entry behind this word
 ///     4         the name, a zero byte, and zero bytes up to the next multiple of 4
-///     length    version, signed; the last word of the entry
+///     length    version, signed; it ends the entry
 ///
 /// Vendor, key and id together stand once in a list; the host's own keys have the id 0. A file holds one section of
 /// this name, of the kind PROGBITS and not compressed, aligned to 4, with the flag that keeps it from being collected

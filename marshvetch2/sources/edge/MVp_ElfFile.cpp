@@ -2,7 +2,6 @@
 // it is asked for it, so that no lie in a header makes it read or allocate more than there is.
 #include "MVp_ElfFile.h"
 
-#include <gelf.h>
 #include <link.h>
 #include <unistd.h>
 
@@ -58,18 +57,24 @@ const char* MVp_ElfFile::CheckHeader()
     if (!IsForThisMachine(header)) return "the file is made for another machine";
     if (header.e_type != ET_DYN) return "the file is no shared object";
     if (header.e_shoff == 0) return nullptr;  // stripped of all sections: there is none of ours
-    // One header in any case: with more sections than the field can count, the first of them has the count.
     if (header.e_shentsize != gelf_fsize(m_elf, ELF_T_SHDR, 1, EV_CURRENT)) return kDamaged;
-    if (!Holds(header.e_shoff, header.e_shentsize)) return kCutShort;
+    // A count of 0 stands for one that the field cannot hold; the first section has it then.
+    if (!HoldsSections(header, header.e_shnum ? header.e_shnum : 1)) return kCutShort;
     size_t count = 0;
     if (elf_getshdrnum(m_elf, &count) != 0) return kDamaged;
-    return count <= m_size && Holds(header.e_shoff, count * header.e_shentsize) ? nullptr : kCutShort;
+    return HoldsSections(header, count) ? nullptr : kCutShort;
+}
+
+bool MVp_ElfFile::HoldsSections(const GElf_Ehdr& header, uint64_t count) const
+{
+    return count <= m_size / header.e_shentsize && Holds(header.e_shoff, count * header.e_shentsize);
 }
 
 // Looks at the name of each section. Two of ours would leave open which one counts.
 const char* MVp_ElfFile::ScanSections(Elf_Scn** found)
 {
-    size_t names = 0;
+    size_t count = 0, names = 0;
+    if (elf_getshdrnum(m_elf, &count) != 0 || count == 0) return nullptr;
     if (elf_getshdrstrndx(m_elf, &names) != 0) return kDamaged;
     if (names == SHN_UNDEF) return nullptr;
     GElf_Shdr header;

@@ -2,7 +2,7 @@
 #ifndef MVP_ELFFILE_H
 #define MVP_ELFFILE_H
 
-#include <libelf.h>
+#include <gelf.h>
 
 #include "MVp_PropertySection.h"
 
@@ -30,6 +30,7 @@ class MVp_ElfFile {
   private:
     bool HasMagic() const;
     const char* CheckHeader();
+    bool HoldsSections(const GElf_Ehdr& header, uint64_t count) const;
     const char* ScanSections(Elf_Scn** found);
     const char* ReadSection(Elf_Scn* at, MVSectionBytes* section);
     bool Holds(uint64_t offset, uint64_t size) const { return offset <= m_size && size <= m_size - offset; }

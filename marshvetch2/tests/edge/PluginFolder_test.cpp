@@ -8,7 +8,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
+using Texts = std::vector<std::string>;
 
 class PluginFolder : public PluginHost {
   protected:
@@ -55,7 +55,7 @@ TEST_F(PluginFolder, ListsByPathAndPassesOverTheRest)
 
     Begin(m_folder);
     ASSERT_EQ(MVAddPluginFolder(nullptr, m_folder.c_str()), 0);
-    EXPECT_EQ(Names(), (PluginFolder::Names{"a", "b", "c", "no suffix"}));
+    EXPECT_EQ(Names(), (Texts{"a", "b", "c", "no suffix"}));
     EXPECT_EQ(Reason(m_folder / "a.so"), "");
     EXPECT_EQ(Reason(m_folder / "y.so"), "it is the same file as " + (m_folder / "a.so").native());
     EXPECT_EQ(Reason(m_folder / "z.so"), Reason(m_folder / "y.so"));
@@ -78,7 +78,7 @@ TEST_F(PluginFolder, OfAThousandIsListedWithoutLoading)
     for (int i = 0; i < 1000; ++i) Put("samples/ease.so", std::to_string(1000 + i) + ".so");
     Begin(m_folder);
     ASSERT_EQ(MVAddPluginFolder(nullptr, m_folder.c_str()), 0);
-    EXPECT_EQ(Names(), PluginFolder::Names(1000, "Ease"));
+    EXPECT_EQ(Names(), Texts(1000, "Ease"));
     EXPECT_FALSE(InMemory(m_folder / "1000.so"));
 }
 

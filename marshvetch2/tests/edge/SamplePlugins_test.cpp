@@ -9,7 +9,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using Names = std::vector<std::string>;
+using Texts = std::vector<std::string>;
 
 const fs::path kSamples = fs::path{QL_PLUGINS_DIR} / "samples";
 const fs::path kUnruly = fs::path{QL_PLUGINS_DIR} / "unruly";
@@ -47,9 +47,9 @@ TEST_F(SamplePlugins, StartInOrderAndAgainWhenASuiteHasCome)
 {
     Start();
     EXPECT_EQ(Names(),
-              (::Names{"Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Failing", "Text Adapter"}));
-    EXPECT_EQ(started, (::Names{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease",
-                                "Bounce", "Failing"}));
+              (Texts{"Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Failing", "Text Adapter"}));
+    EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Bounce",
+                              "Failing"}));
     for (const auto& name : Names()) {
         int32_t isStarted = 0, broken = 0, skips = 0;
         MVGetPluginStarted(Named(name.c_str()), &isStarted);
@@ -91,10 +91,10 @@ TEST_F(SamplePlugins, AreFlushedWhenNobodyHoldsThem)
 
     const auto loaded = [](const char* name) { return InMemory(kSamples / name); };
     int32_t flushed = 0;
-    EXPECT_EQ(MVFlushCaches(nullptr, &flushed), 0x496E5573);  // what "Sticky" says
+    ASSERT_EQ(MVFlushCaches(nullptr, &flushed), 0);
+    EXPECT_EQ(flushed, 6);  // of eight: one is held, and one refuses
     EXPECT_TRUE(loaded("ease.so") && loaded("sticky.so"));
-    while (MVFlushCaches(nullptr, &flushed) == 0 && flushed > 0) {
-    }
+    EXPECT_FALSE(loaded("bounce.so"));
     double height = 0;
     ASSERT_EQ(Bounce(0.5, &height), 0);  // loaded again, with the globals that it left
     EXPECT_DOUBLE_EQ(height, 0.25);
