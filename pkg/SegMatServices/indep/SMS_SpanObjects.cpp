@@ -1,7 +1,6 @@
 // The segmenters and matters of spans, and the identities under which they cache. No state.
-#include <string_view>
-
 #include "SMS_SpanManager.h"
+#include "SMSp_SpanIdentity.h"
 #include "zvkcore/utility/HashValueMixer.h"
 
 namespace tessaly {
@@ -15,7 +14,9 @@ constexpr std::string_view kForwardSegmenter = "seg.foward";
 constexpr std::string_view kBackwardMatter = "hair.backwards";
 constexpr std::string_view kForwardMatter = "hair.foward";
 
-Guid IdentityOf(std::string_view label, const Guid& manager, int32_t index)
+}  // namespace
+
+Guid SpanIdentity(std::string_view label, const Guid& manager, int32_t index)
 {
     zvkcore::utility::HashValueMixerState state;
     UpdateHashState(state, label.data(), label.size());
@@ -26,18 +27,16 @@ Guid IdentityOf(std::string_view label, const Guid& manager, int32_t index)
     return identity;
 }
 
-}  // namespace
-
 // Wanted: the four slots are filled in this order, and each one's former object is purged just before its own.
 void SpanManager::CreateBothSegmenters(int32_t index, SpanPair* pair)
 {
     const auto fillSegmenter = [&](boost::shared_ptr<Segmenter>& slot, std::string_view label) {
         if (slot) slot->PurgeAll();
-        slot.reset(GetCreator<Segmenter>(segmenterName, false)->Create(IdentityOf(label, guid, index)));
+        slot.reset(GetCreator<Segmenter>(segmenterName, false)->Create(SpanIdentity(label, guid, index)));
     };
     const auto fillMatter = [&](boost::shared_ptr<Matter>& slot, std::string_view label) {
         if (slot) slot->PurgeAll();
-        slot = CreateMatter(IdentityOf(label, guid, index));
+        slot = CreateMatter(SpanIdentity(label, guid, index));
     };
     fillSegmenter(pair->backwardSegmenter, kBackwardSegmenter);
     fillSegmenter(pair->forwardSegmenter, kForwardSegmenter);
