@@ -257,6 +257,8 @@ class U_EXPORT SpanManager {
         return retainActive && retainStart <= frame && frame <= retainEnd;
     }
     void ReadText(const U_UTF8String& text);
+    SpanPair MakePair(FrameCount backward, FrameCount forward);
+    void IndexManualFrames();
 
     U_UTF8String segmenterName;
     SpanMap i_spans_map;
@@ -268,6 +270,13 @@ class U_EXPORT SpanManager {
     FrameIndex retainEnd = 0;
     zvkcore::utility::Guid guid;
     TextFault m_textFault = TextFault_None;
+
+    // The keys of the map in one run of memory: a search of the map itself waits for memory at every step.
+    struct Stop {
+        FrameIndex frame;
+        SpanMap::iterator entry;
+    };
+    std::vector<Stop> m_stops;
 };
 
 }  // namespace tessaly

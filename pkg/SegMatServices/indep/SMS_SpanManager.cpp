@@ -31,6 +31,19 @@ int64_t FrontOf(const SpanManager::SpanMap::value_type& entry)
     return int64_t{entry.first} - entry.second.backwardDuration;
 }
 
+// The last stop at or before a frame; the first one if all are behind it. Written so that no step waits for a guess
+// of the processor: which half is next is as good as random.
+template <class Stop>
+const Stop* LastUpTo(const Stop* first, std::size_t count, FrameIndex frame)
+{
+    while (count > 1) {
+        const std::size_t half = count / 2;
+        first += first[half].frame <= frame ? half : 0;
+        count -= half;
+    }
+    return first;
+}
+
 // Wanted: a negative need turns into a large count, as the comparison is one of unsigned numbers. It comes up
 // where the neighbour's span already reaches over the base frame; hosts see it and clip it. What is too long for
 // a count is held at the longest.
@@ -81,18 +94,43 @@ void SpanManager::RetainSegmentationRange(FrameIndex start, FrameIndex end)
 
 // Wanted: the objects are numbered by how many frames there are now, not by the rank of this one, until all are
 // made anew. Caches are keyed by the identities that come of it.
-void SpanManager::SetManualFrame(FrameIndex frame, FrameCount backward, FrameCount forward)
+SpanManager::SpanPair SpanManager::MakePair(FrameCount backward, FrameCount forward)
 {
     SpanPair pair;
     CreateBothSegmenters(static_cast<int32_t>(i_spans_map.size()), &pair);
     pair.backwardDuration = backward;
     pair.forwardDuration = forward;
-    i_spans_map.try_emplace(frame, std::move(pair));
+    return pair;
+}
+
+void SpanManager::SetManualFrame(FrameIndex frame, FrameCount backward, FrameCount forward)
+{
+    const auto [entry, added] = i_spans_map.try_emplace(frame, MakePair(backward, forward));
+    if (!added) return;
+    try {
+        m_stops.insert(std::ranges::lower_bound(m_stops, frame, {}, &Stop::frame), {frame, entry});
+    } catch (...) {
+        i_spans_map.erase(entry);
+        throw;
+    }
 }
 
 void SpanManager::ClearManualFrame(FrameIndex frame)
 {
-    i_spans_map.erase(frame);
+    const auto entry = i_spans_map.find(frame);
+    if (entry == i_spans_map.end()) return;
+    m_stops.erase(std::ranges::lower_bound(m_stops, frame, {}, &Stop::frame));
+    i_spans_map.erase(entry);
+}
+
+// For many frames at once, which in their own order would be moved again and again.
+void SpanManager::IndexManualFrames()
+{
+    m_stops.clear();
+    m_stops.reserve(i_spans_map.size());
+    for (auto entry = i_spans_map.begin(); entry != i_spans_map.end(); ++entry) {
+        m_stops.push_back({entry->first, entry});
+    }
 }
 
 bool SpanManager::IsManualFrame(FrameIndex frame) const
@@ -128,15 +166,16 @@ std::vector<SpanManager::SpanInfo> SpanManager::GetSpanInfo() const
 SpanManager::SpanMap::const_iterator SpanManager::GetActiveSpanRef(FrameIndex frame,
                                                                    SpanDirection direction) const
 {
-    const auto none = i_spans_map.end();
-    const auto next = i_spans_map.lower_bound(frame);
-    if (next != none && next->first == frame) return DurationOf(next->second, direction) != 0 ? next : none;
+    const SpanMap::const_iterator none = i_spans_map.end();
+    if (m_stops.empty()) return none;
+    const Stop* const stop = LastUpTo(m_stops.data(), m_stops.size(), frame);
+    if (stop->frame == frame) return DurationOf(stop->entry->second, direction) != 0 ? stop->entry : none;
     if (direction == SpanDirection_Forward) {
-        if (next == i_spans_map.begin()) return none;
-        const auto previous = std::prev(next);
-        return EndOf(*previous) > frame ? previous : none;
+        return stop->frame < frame && EndOf(*stop->entry) > frame ? stop->entry : none;
     }
-    return next != none && FrontOf(*next) < frame ? next : none;
+    const Stop* const next = stop->frame < frame ? stop + 1 : stop;
+    if (next == m_stops.data() + m_stops.size()) return none;
+    return FrontOf(*next->entry) < frame ? next->entry : none;
 }
 
 bool SpanManager::IsActiveFrame(FrameIndex frame, SpanDirection direction) const

@@ -278,8 +278,9 @@ void SpanManager::ReadText(const U_UTF8String& text)
     frameDuration = saved.frameDuration.value_or(frameDuration);
     *frozenData = std::move(saved.frozen);
     for (const SpanInfo& span : saved.spans) {
-        SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
+        i_spans_map.try_emplace(span.baseFrame, MakePair(span.backwardDuration, span.forwardDuration));
     }
+    IndexManualFrames();
 }
 
 }  // namespace tessaly
