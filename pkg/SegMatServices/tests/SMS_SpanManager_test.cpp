@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "FailingAllocator.h"
 #include "FakePlugin.h"
 #include "zvkcore/utility/HashValueMixer.h"
 
@@ -209,6 +210,25 @@ TEST_F(Spans, AreIdentifiedByTheirPlaceWhenTheyWereMade)
     manager.UpdateGuid(other);
     EXPECT_EQ(IdentitiesOf(manager, 20), Expected(other, 1));
     EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 1, 1}, {20, 1, 1}}));
+}
+
+TEST_F(Spans, SurviveEveryFailedAllocation)
+{
+    bool whole = true;
+    qltest::EveryAllocationFails([&] {
+        M spans{guid, true, "Fake"_utf8, boost::rational<int>(1)};
+        spans.SetManualFrame(10, 3, 5);
+        FrameIndex frame = 11;
+        try {
+            for (; frame < 16; ++frame) spans.SetManualFrame(frame, 1, 1);
+        } catch (const std::bad_alloc&) {
+            whole = whole && !spans.IsManualFrame(frame) && !spans.IsActiveFrame(frame, kBackward);
+            throw;
+        }
+        const U_UTF8String text = spans.SerializeToXMLSnippet();
+        return M(guid, false, text, boost::rational<int>(1)).GetSpanInfo() == spans.GetSpanInfo();
+    });
+    EXPECT_TRUE(whole) << "a frame is either there, in the map and in the search, or it is not";
 }
 
 TEST_F(Spans, TakeNoMatterThatIsNone)
