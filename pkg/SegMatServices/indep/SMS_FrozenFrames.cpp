@@ -17,7 +17,7 @@ namespace tessaly {
 namespace {
 
 constexpr char kDamagedFrame[] =
-    "$$$/QL/SegMatServices/DamagedFrozenFrame=The stored matte of frame ^L0 is damaged. "
+    "$$$/QL/SegMatServices/DamagedFrozenFrame=The stored matte of frame ^L1 is damaged. "
     "The frame is shown as if it had not been stored.";
 
 // Whether so many bytes can hold so many pixels: a hostile size must not make us ask for memory that no frame fills.
