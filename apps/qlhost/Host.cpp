@@ -31,13 +31,14 @@ bool OpenLog(const RenderOptions& options, std::string& why)
     return true;
 }
 
-std::vector<unsigned short> ReadUnits(const std::filesystem::path& path)
+// The units of a file, and its size, which may be odd.
+std::vector<unsigned short> ReadUnits(const std::filesystem::path& path, std::size_t& size)
 {
     std::ifstream file{path, std::ios::binary};
     const std::string bytes{std::istreambuf_iterator<char>{file}, {}};
     std::vector<unsigned short> units((bytes.size() + 1) / 2);
     bytes.copy(reinterpret_cast<char*>(units.data()), bytes.size());
-    units.resize(bytes.size() / 2);
+    size = bytes.size();
     return units;
 }
 
@@ -70,8 +71,9 @@ bool LibraryLife::Speak(const RenderOptions& options, std::string& why)
     if (options.english) U_ZStringSetEnglish();
     if (options.dictionary.empty()) return true;
     // The stored form is read as 16-bit units; its size is given in bytes.
-    std::vector<unsigned short> units = ReadUnits(options.dictionary);
-    const Err err = U_ZStringSetCurrentDictionary(units.data(), units.size() * sizeof units[0]);
+    std::size_t size = 0;
+    const std::vector<unsigned short> units = ReadUnits(options.dictionary, size);
+    const Err err = U_ZStringSetCurrentDictionary(units.data(), size);
     if (err) why = options.dictionary.string() + " is no dictionary (error " + std::to_string(err) + ")";
     return err == U_Err_NONE;
 }
