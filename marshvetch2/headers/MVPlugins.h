@@ -209,7 +209,7 @@ typedef struct MVPluginListIterator MVPluginListIterator;
 U_EXPORT Err MVAllocatePluginList(MVStringPool* strings, MVPluginList** list);
 
 /// Frees a list with its plug-ins and their property lists, unloading their code. The runtime's own gives
-/// "Parm"; "AISC" while one of them is being called. Free suite lists that work with it first.
+/// "Parm"; "AISC" while a plug-in is being called. Free suite lists that work with it first.
 U_EXPORT Err MVFreePluginList(MVPluginList* list);
 
 /// Lists the plug-in of a file, at the head of the list. It is neither loaded nor started.

@@ -49,7 +49,8 @@ enum { MV_BasicSuite_API_VERSION = 1, MV_BasicSuite_INTERNAL_VERSION = 1 };
 /// `*list` is null, and that is no error.
 U_EXPORT Err MVAllocateSuiteList(MVStringPool* strings, MVPluginList* plugins, MVSuiteList** list);
 
-/// Frees a list with its suites; plug-ins that they hold are released. The runtime's own gives "Parm".
+/// Frees a list with its suites; plug-ins that they hold are released. The runtime's own gives "Parm"; "AISC"
+/// while a plug-in is being called.
 U_EXPORT Err MVFreeSuiteList(MVSuiteList* list);
 
 // --- Publishing and acquiring ------------------------------------------------------------------------------

@@ -1,0 +1,66 @@
+/// Suites, their lists, and the searches that found nothing.
+#ifndef MVP_SUITES_H
+#define MVP_SUITES_H
+
+#include <compare>
+#include <map>
+
+#include "MVp_Runtime.h"
+
+struct MVSuite {
+    MVPlugin* plugin;  // null for one of the host
+    const char* name;  // pooled
+    int32_t apiVersion;
+    int32_t internalVersion;  // not 0
+    const void* procs;        // null while it is only announced
+    int32_t acquireCount;
+    MVAccess* access;  // kept while it is acquired
+    bool withdrawn;    // its functions went away with the plug-in's code
+};
+
+/// A suite that was asked for and not found.
+struct MVSuiteSearch {
+    MVSuiteSearch* next;
+    const char* name;
+    int32_t apiVersion;
+};
+
+struct MVSuiteKey {
+    const char* name;  // pooled: compared by address
+    int32_t apiVersion;
+    int32_t internalVersion;  // 0 in the map of the greatest ones
+
+    bool operator==(const MVSuiteKey&) const = default;
+    auto operator<=>(const MVSuiteKey& other) const
+    {
+        if (name != other.name) return std::compare_three_way{}(name, other.name);
+        if (apiVersion != other.apiVersion) return apiVersion <=> other.apiVersion;
+        return internalVersion <=> other.internalVersion;
+    }
+};
+
+struct MVSuiteList {
+    MVSuiteList* next = nullptr;  // all lists of the process
+    std::map<MVSuiteKey, MVSuite*> suites;
+    std::map<MVSuiteKey, int32_t> greatest;  // the greatest internal version of a name and API version
+    MVSuiteSearch* searches = nullptr;
+    MVStringPool* strings = nullptr;
+    MVPluginList* plugins = nullptr;
+
+    ~MVSuiteList();
+};
+
+/// What every message carries.
+extern const MVBasicSuite mvBasicSuite;
+
+/// Takes back the functions that lie in the code of an access that is about to be unloaded, in every list: the
+/// plug-in publishes them again at its next "Reload".
+void mvWithdrawSuites(const MVAccess* access);
+
+/// Takes an access that goes away out of the suites that hold it, in every list.
+void mvForgetAccess(const MVAccess* access);
+
+/// Frees a list without releasing anything: the accesses are gone already.
+void mvDeleteSuiteList(MVSuiteList* list);
+
+#endif
