@@ -1,5 +1,5 @@
 # The platform's half of the plug-in host: files in a folder, property lists in files, code in memory.
-ql_package(marshvetch2_edge HEADERS headers PRIVATE sources/edge
+ql_package(marshvetch2_edge HEADERS headers INSTALL MVPluginEntry.h MVPropertySection.h PRIVATE sources/edge
   SOURCES
     sources/edge/MV_EdgeCode.cpp
     sources/edge/MV_EdgeFile.cpp

@@ -48,13 +48,8 @@ TEST_F(SamplePlugins, StartInOrderAndAgainWhenASuiteHasCome)
     Start();
     EXPECT_EQ(Names(),
               (Texts{"Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Failing", "Text Adapter"}));
-<<<<<<< HEAD
     EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Bounce",
                               "Failing"}));
-=======
-    EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease",
-                                "Bounce", "Failing"}));
->>>>>>> 0d75d3c (Run the plug-in host: runtime, suites, plug-ins, accesses, messages, start and shutdown)
     for (const auto& name : Names()) {
         int32_t isStarted = 0, broken = 0, skips = 0;
         MVGetPluginStarted(Named(name.c_str()), &isStarted);
