@@ -36,6 +36,7 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
             },
             "RATE"))
         ->capture_default_str();
+    app.add_option("--plugins", render.plugins, "Folder of plug-ins that are told of the run");
     app.add_option("--gather", render.gatherTitle, "Gather all problems under this title");
     auto* dictionary = app.add_option("--dictionary", render.dictionary, "Stored dictionary for all messages")
                            ->check(CLI::ExistingFile);
@@ -72,14 +73,19 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode)
     auto* command = app.add_subcommand("generate", "Makes the sample clip");
     AddGenerateOptions(*command, generate);
 
+    std::filesystem::path plugins;
+    auto* show = app.add_subcommand("plugins", "Starts the plug-ins of a folder and prints a table of them");
+    show->add_option("folder", plugins, "Folder of plug-ins")->required();
+
     try {
         app.parse(argc, argv);
-        if (!*command && options.render.clip.empty()) throw CLI::RequiredError("clip");
+        if (!*command && !*show && options.render.clip.empty()) throw CLI::RequiredError("clip");
     } catch (const CLI::ParseError& fault) {
         exitCode = app.exit(fault) == 0 ? kExitDone : kExitBadArguments;
         return std::nullopt;
     }
     if (*command) options.generate = generate;
+    if (*show) options.showPlugins = plugins;
     return options;
 }
 

@@ -31,6 +31,7 @@ struct RenderOptions {
     std::filesystem::path out = "qlhost-out";
     std::filesystem::path log;         // empty: `out`/qlhost.log
     std::filesystem::path dictionary;  // empty: the keys' own English
+    std::filesystem::path plugins;     // folder of plug-ins; empty: none
     std::string rate = "24";
     std::string gatherTitle;  // empty: problems are grouped by their kind
     std::uint64_t limitMiB = 384;
@@ -43,6 +44,7 @@ struct RenderOptions {
 
 struct Options {
     std::optional<GenerateOptions> generate;
+    std::optional<std::filesystem::path> showPlugins;  // of this folder
     RenderOptions render;
 };
 

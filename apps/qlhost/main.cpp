@@ -14,6 +14,7 @@
 #include "LockWatch.h"
 #include "Options.h"
 #include "Pictures.h"
+#include "Plugins.h"
 #include "RenderRun.h"
 #include "Summary.h"
 
@@ -47,6 +48,13 @@ int Render(const RenderOptions& options)
     LibraryLife life{options, why};
     if (!life.Born()) return Fail(kExitLibraryFailed, why);
 
+    std::optional<PluginLife> plugins;
+    if (!options.plugins.empty()) {
+        plugins.emplace(options.plugins, why);
+        if (!plugins->Started()) return Fail(kExitUnusableFolder, why);
+        plugins->Tell(HOST_RUN_BEGINS, static_cast<int>(clip.frames.size()), 0);
+    }
+
     FrameTable table{options.out / "frames.csv"};
     if (!table.IsOpen()) return Fail(kExitUnusableFolder, "cannot write to " + options.out.string());
     std::optional<LockWatch> watch;
@@ -59,8 +67,12 @@ int Render(const RenderOptions& options)
     Timeline timeline{static_cast<std::size_t>(options.threads > 0 ? options.threads : U_GetMaxNumThreads())};
     const RunResult run = PlayClip(clip, options, rate, table, memory, timeline);
 
+    if (plugins)
+        plugins->Tell(HOST_RUN_ENDED, static_cast<int>(clip.frames.size()),
+                      static_cast<int>(run.cache.failed));
     U_DisplayPostedErrors();
     PrintSummary(run, memory, timeline, rate);
+    if (plugins) plugins->PrintCount();
     if (watch)
         std::printf("Locks     %d orders seen, %d both ways round\n", watch->Orders(), watch->Inversions());
     for (const auto& [name, written] :
@@ -82,5 +94,6 @@ int main(int argc, char** argv)
     int exitCode = 0;
     const auto options = qlhost::ParseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
+    if (options->showPlugins) return qlhost::ShowPlugins(*options->showPlugins);
     return options->generate ? qlhost::Generate(*options->generate) : qlhost::Render(options->render);
 }

@@ -231,6 +231,13 @@ U_EXPORT Err MVAddHostPlugin(MVPluginList* list, MVPluginEntry entry, void* host
 /// runtime's file list has already are passed over. For `addPlugins` of a host that has several folders.
 U_EXPORT Err MVAddPluginFolder(MVPluginList* list, const char* folder);
 
+/// Reads the property list of a shared object, without running any of its code; for who lists files otherwise
+/// than by folder.
+///
+/// properties  the caller's, until a plug-in takes it; null on failure
+/// returns     0; "!Acq" when the file has none or cannot be used, with the reason in `file`; 4
+U_EXPORT Err MVReadFileProperties(MVFileSpec* file, MVPropertyList** properties);
+
 /// The first plug-in of this name, or null; that is no error.
 U_EXPORT Err MVGetNamedPlugin(MVPluginList* list, const char* name, MVPlugin** plugin);
 

@@ -125,3 +125,9 @@ Err mvEdgeReadProperties(MVFileSpec* file, MVPropertyList** properties)
     if (err == U_Err_NONE) *properties = list.release();
     return err;
 }
+
+Err MVReadFileProperties(MVFileSpec* file, MVPropertyList** properties)
+{
+    if (!file || !properties) return MV_Err_PARAMETER;
+    return U_TrySection([&] { return mvEdgeReadProperties(file, properties); });
+}
