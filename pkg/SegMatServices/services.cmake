@@ -10,7 +10,7 @@ ql_package(SegMatServices HEADERS headers INSTALL SegMatServices.h SMS_SpanManag
     indep/SMS_SpanObjects.cpp
     indep/SMS_SpanText.cpp)
 ql_tests(SegMatServices_tests SOURCES tests/SegMatServices_test.cpp tests/SMS_SpanManager_test.cpp
-                                      tests/SMS_SpanText_test.cpp LIBS ql_test_support)
+                                      tests/SMS_SpanText_test.cpp tests/SegmentationGuide_test.cpp LIBS ql_test_support)
 
 # The same types seen from both sides of a shared object's boundary.
 if(QL_BUILD_TESTS)
