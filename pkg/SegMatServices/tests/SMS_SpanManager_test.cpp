@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <barrier>
+#include <boost/weak_ptr.hpp>
 #include <limits>
+#include <thread>
 
 #include "FailingAllocator.h"
 #include "FakePlugin.h"
@@ -38,46 +41,37 @@ class Spans : public testing::Test {
     M manager{guid, true, "Fake"_utf8, boost::rational<int>(1, 25)};
 };
 
-struct CoverRow {
-    FrameIndex frame;
-    FrameIndex forwardBase, backwardBase;  // 0 for none
-    bool manualAnswer;
-};
-
 TEST_F(Spans, CoverFrames)
 {
     Set({{10, 5, 3}, {30, 0, 3}, {40, 100, 0}, {50, 2, 20}, {60, 5, 2}});
-    const CoverRow rows[] = {
-        {7, 0, 0, false},     {8, 0, 10, false},  {10, 10, 10, true}, {14, 10, 0, true},
-        {15, 0, 0, false},    {28, 0, 30, false}, {30, 0, 30, false},  // its own forward duration is 0, so no neighbour is asked
-        {31, 0, 0, false},    {40, 40, 0, true},  // the long backward span of 50 stops before 40
-        {45, 40, 50, true},   {50, 50, 50, true}, {52, 0, 0, false},  // nor does 40's long span pass 50
-        {59, 0, 60, false},   {64, 60, 0, true},  {65, 0, 0, false},  {kFirst, 0, 0, false},
-        {kLast, 0, 0, false},
+    // A frame and the bases of its forward and its backward span, 0 for none. On 30 its own forward duration of 0
+    // decides; the long spans of 40 and 50 stop before one another.
+    const FrameIndex rows[][3] = {
+        {7, 0, 0},   {8, 0, 10},  {10, 10, 10}, {14, 10, 0},    {15, 0, 0},    {28, 0, 30},
+        {30, 0, 30}, {31, 0, 0},  {40, 40, 0},  {45, 40, 50},   {50, 50, 50},  {52, 0, 0},
+        {59, 0, 60}, {64, 60, 0}, {65, 0, 0},   {kFirst, 0, 0}, {kLast, 0, 0},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.frame);
-        const auto check = [&](M::SpanDirection direction, FrameIndex base) {
+    for (const auto& [frame, forwardBase, backwardBase] : rows) {
+        SCOPED_TRACE(frame);
+        for (const auto& [direction, base] : {std::pair(kForward, forwardBase), {kBackward, backwardBase}}) {
             M::SingleSpan span{1, nullptr, nullptr, 1};
-            EXPECT_EQ(manager.GetActiveSpan(row.frame, direction, &span), base != 0);
-            EXPECT_EQ(manager.IsActiveFrame(row.frame, direction), base != 0);
+            EXPECT_EQ(manager.GetActiveSpan(frame, direction, &span), base != 0);
+            EXPECT_EQ(manager.IsActiveFrame(frame, direction), base != 0);
             EXPECT_EQ(span.baseFrame, base);
-            EXPECT_EQ(span.segmenter != nullptr && span.matter != nullptr, base != 0);
-            EXPECT_EQ(manager.GetSpanDuration(row.frame, direction), span.duration);
-            if (base != 0) {
-                EXPECT_EQ(manager.GetActiveManualFrameIndex(row.frame, direction), base);
-                const auto& pair = manager.GetSpans().at(base);
-                EXPECT_EQ(span.segmenter,
-                          direction == kForward ? pair.forwardSegmenter : pair.backwardSegmenter);
+            EXPECT_EQ(manager.GetSpanDuration(frame, direction), span.duration);
+            if (base == 0) {
+                EXPECT_FALSE(span.segmenter || span.matter);
+                continue;
             }
-        };
-        check(kForward, row.forwardBase);
-        check(kBackward, row.backwardBase);
+            const auto& pair = manager.GetSpans().at(base);
+            EXPECT_EQ(manager.GetActiveManualFrameIndex(frame, direction), base);
+            EXPECT_EQ(span.segmenter, direction ? pair.backwardSegmenter : pair.forwardSegmenter);
+            EXPECT_EQ(span.matter, direction ? pair.backwardMatter : pair.forwardMatter);
+        }
         FrameCount backward = 7, forward = 7;
-        EXPECT_EQ(manager.GetManualFrame(row.frame, backward, forward), row.manualAnswer);
-        const auto* pair = row.manualAnswer ? &manager.GetSpans().at(row.forwardBase) : nullptr;
-        EXPECT_EQ(backward, pair ? pair->backwardDuration : 0);
-        EXPECT_EQ(forward, pair ? pair->forwardDuration : 0);
+        EXPECT_EQ(manager.GetManualFrame(frame, backward, forward), forwardBase != 0) << "forward spans only";
+        EXPECT_EQ(forward, manager.GetSpanDuration(frame, kForward));
+        EXPECT_EQ(backward, forwardBase ? manager.GetSpans().at(forwardBase).backwardDuration : 0);
     }
 }
 
@@ -159,13 +153,35 @@ TEST_F(Spans, KeepAManualFrameThatIsThere)
     EXPECT_EQ(manager.SetSpanDuration(10, kForward, 0), 2u);
     EXPECT_TRUE(manager.IsManualFrame(10));
     EXPECT_EQ(manager.SetSpanDuration(10, kForward, 1), 0u) << "a span of no duration covers nothing";
+}
 
-    M::SingleSpan copy;
-    ASSERT_TRUE(manager.GetActiveSpan(20, kForward, &copy));
-    manager.ClearManualFrame(20);
-    manager.ClearManualFrame(20);
-    EXPECT_FALSE(manager.IsManualFrame(20));
-    EXPECT_EQ(copy.segmenter.use_count(), 1) << "a copied span outlives its manual frame";
+// Threads work with their copies of spans while the owner takes the manual frames away.
+TEST_F(Spans, OutliveTheirManualFramesInCopies)
+{
+    constexpr FrameIndex kFrames = 200;
+    FakeCreator silent;
+    const Registration other{&silent, "Silent"};
+    M spans{guid, true, "Silent"_utf8, boost::rational<int>(1)};
+    for (FrameIndex frame = 0; frame < kFrames; ++frame) spans.SetManualFrame(frame, 1, 1);
+    std::vector<std::vector<M::SingleSpan>> copies(3, std::vector<M::SingleSpan>(kFrames));
+    for (auto& own : copies) {
+        for (FrameIndex frame = 0; frame < kFrames; ++frame)
+            spans.GetActiveSpan(frame, kForward, &own[frame]);
+    }
+    std::barrier start{4};
+    std::vector<std::thread> threads;
+    for (auto& own : copies) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            for (auto& span : own) span = (span.segmenter->PurgeAll(), M::SingleSpan{});
+        });
+    }
+    const boost::weak_ptr<Segmenter> last = copies[0][kFrames - 1].segmenter;
+    start.arrive_and_wait();
+    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) spans.ClearManualFrame(frame);
+    for (auto& thread : threads) thread.join();
+    EXPECT_TRUE(last.expired());
+    EXPECT_TRUE(spans.GetSpanInfo().empty());
 }
 
 std::string Identity(std::string_view label, const Guid& manager, int32_t index)

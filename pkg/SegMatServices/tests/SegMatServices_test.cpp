@@ -52,15 +52,6 @@ TEST(Factory, MissingPluginIsAnErrorUnlessQuiet)
     } catch (const zvkcore::config::Error& error) {
         EXPECT_STREQ(error.what(), "The Halo Brush plug-in is missing.");
     }
-    const auto former =
-        zvkcore::config::SetErrorThrower([](int, const char* text) { throw std::string(text); });
-    try {
-        GetCreator<Segmenter>("nobody"_utf8, false);
-        FAIL();
-    } catch (const std::string& text) {
-        EXPECT_EQ(text, "$$$/QL/SegMatServices/MissingHaloBrushPlugin=The Halo Brush plug-in is missing.");
-    }
-    zvkcore::config::SetErrorThrower(former);
 }
 
 struct Number : Value {
@@ -150,49 +141,34 @@ TEST(CheckoutOrRender, ContendingThreadsComputeEachValueOnce)
     RegisterGlobalCacheIndex({});
 }
 
+// Counts the bytes it lent, and says yes where the library by itself says no.
 class Host : public HostCallbacks {
   public:
-    void* Allocate(std::size_t size) override
-    {
-        inUse += size;
-        return std::malloc(size);
-    }
-    void Dispose(void* pointer, std::size_t size) override
-    {
-        inUse -= size;
-        std::free(pointer);
-    }
-    boost::shared_ptr<CacheIndex> NewCacheIndex(const char* name) override
-    {
-        return boost::shared_ptr<CacheIndex>(new CacheIndex(name));
-    }
+    void* Allocate(std::size_t size) override { return inUse += size, std::malloc(size); }
+    void Dispose(void* pointer, std::size_t size) override { inUse -= size, std::free(pointer); }
+    boost::shared_ptr<CacheIndex> NewCacheIndex(const char*) override { return {}; }
     bool AreExperimentalParametersEnabled() override { return true; }
-    bool GetPreferenceBool(const char* name, bool value) override { return *name == 'x' ? !value : value; }
+    bool GetPreferenceBool(const char*, bool value) override { return !value; }
 
     std::size_t inUse = 0;
 };
 
 TEST(Callbacks, AssertWithoutAHostAndAskOne)
 {
-    {
-        Assertions assertions;
-        void* const own = Allocate(8);
-        Dispose(own, 8);
-        EXPECT_TRUE(assertions.heard.empty());
-        EXPECT_FALSE(AreExperimentalParametersEnabled());
-        EXPECT_TRUE(GetPreferenceBool("x", true));
-        ASSERT_NE(NewCacheIndex("x"), nullptr);
-        EXPECT_EQ(assertions.heard, Log(3, "S_callbacksP.get()|"));
-    }
+    Assertions assertions;
+    Dispose(Allocate(8), 8);
+    EXPECT_TRUE(assertions.heard.empty());
+    EXPECT_TRUE(!AreExperimentalParametersEnabled() && GetPreferenceBool("x", true) && NewCacheIndex("x"));
+    EXPECT_EQ(assertions.heard, Log(3, "S_callbacksP.get()|"));
+
     const boost::shared_ptr<Host> host(new Host);
     RegisterCallbacks(host);
     void* const block = Allocate(100);
     EXPECT_EQ(host->inUse, 100u);
     Dispose(block, 100);
     EXPECT_EQ(host->inUse, 0u);
-    EXPECT_TRUE(AreExperimentalParametersEnabled());
-    EXPECT_FALSE(GetPreferenceBool("x", true));
-    EXPECT_EQ(NewCacheIndex("strokes")->GetName(), "strokes"_utf8);
+    EXPECT_TRUE(AreExperimentalParametersEnabled() && !GetPreferenceBool("x", true) && !NewCacheIndex("x"));
+    EXPECT_EQ(assertions.heard.size(), 3u);
     RegisterCallbacks({});
 }
 
