@@ -43,9 +43,9 @@
 ///     4         the name, a zero byte, and zero bytes up to the next multiple of 4
 ///     length    version, signed; it ends the entry
 ///
-/// Vendor, key and id together stand once in a list; the host's own keys have the id 0. A file holds one section of
-/// this name, of the kind PROGBITS and not compressed, aligned to 4, with the flag that keeps it from being collected
-/// (`retain`). It is never written to, and `strip` leaves it alone.
+/// Vendor, key and id together stand once in a list; the host's own keys have the id 0. The first section of this
+/// name counts. It is of the kind PROGBITS and not compressed, aligned to 4, with the flag that keeps it from being
+/// collected (`retain`). It is never written to, and `strip` leaves it alone.
 #ifndef MV_PROPERTYSECTION_H
 #define MV_PROPERTYSECTION_H
 

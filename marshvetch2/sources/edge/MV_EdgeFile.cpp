@@ -27,23 +27,6 @@ namespace {
 constexpr unsigned kUnusableFile = 0x000A0001;
 constexpr unsigned kUnreadableFolder = 0x000A0002;
 
-class Descriptor {
-  public:
-    // Without blocking, should the file have become a pipe since it was listed.
-    explicit Descriptor(const char* path) : m_descriptor{open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)} {}
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0) close(m_descriptor);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    operator int() const { return m_descriptor; }
-
-  private:
-    const int m_descriptor;
-};
-
 // A logging callback may end a report with a code of its own. The file stays as unusable as it was.
 void Report(unsigned location, const char* format, const char* path, const char* reason)
 {
@@ -58,31 +41,6 @@ void Report(unsigned location, const char* format, const char* path, const char*
 std::string Unreadable(int error)
 {
     return "the file cannot be read: " + std::generic_category().message(error);
-}
-
-Err ReadProperties(MVFileSpec* file, MVPropertyList* list)
-{
-    const Descriptor descriptor{mvFilePath(file)};
-    struct stat status;
-    if (descriptor < 0 || fstat(descriptor, &status) != 0) {
-        mvReportUnusable(file, Unreadable(errno).c_str());
-        return MV_Err_NOT_ACQUIRED;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        mvPassOver(file, "it is no file");
-        return MV_Err_NOT_ACQUIRED;
-    }
-    MVp_ElfFile elf{descriptor, static_cast<uint64_t>(status.st_size)};
-    MVSectionBytes section;
-    const char* reason = nullptr;
-    const auto finding = elf.FindSection(&section, &reason);
-    if (finding == MVp_ElfFile::Finding::kFound) reason = mvReadPropertySection(section, list);
-    if (!reason) {
-        MVSetFileReason(file, nullptr);
-        return U_Err_NONE;
-    }
-    finding == MVp_ElfFile::Finding::kNoPlugin ? mvPassOver(file, reason) : mvReportUnusable(file, reason);
-    return MV_Err_NOT_ACQUIRED;
 }
 
 }  // namespace
@@ -115,14 +73,61 @@ void mvReportUnreadableFolder(const char* path, const char* reason)
            reason);
 }
 
-Err mvEdgeReadProperties(MVFileSpec* file, MVPropertyList** properties)
+// Without blocking, should the file have become a pipe since it was listed.
+MVp_OpenFile::MVp_OpenFile(MVFileSpec* file)
+    : m_file{file}, m_descriptor{open(mvFilePath(file), O_RDONLY | O_CLOEXEC | O_NONBLOCK)}
 {
-    *properties = nullptr;
+    struct stat status;
+    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0) {
+        mvReportUnusable(file, Unreadable(errno).c_str());
+    } else if (!S_ISREG(status.st_mode)) {
+        mvPassOver(file, "it is no file");
+    } else {
+        m_identity = {status.st_dev, status.st_ino};
+        m_size = static_cast<uint64_t>(status.st_size);
+        return;
+    }
+    if (m_descriptor >= 0) close(m_descriptor);
+    m_descriptor = -1;
+}
+
+MVp_OpenFile::~MVp_OpenFile()
+{
+    if (IsOpen()) close(m_descriptor);
+}
+
+Err MVp_OpenFile::ReadInto(MVPropertyList* list)
+{
+    MVp_ElfFile elf{m_descriptor, m_size};
+    MVSectionBytes section;
+    const char* reason = nullptr;
+    const auto finding = elf.FindSection(&section, &reason);
+    if (finding == MVp_ElfFile::Finding::kFound) reason = mvReadPropertySection(section, list);
+    if (!reason) {
+        MVSetFileReason(m_file, nullptr);
+        return U_Err_NONE;
+    }
+    finding == MVp_ElfFile::Finding::kNoPlugin ? mvPassOver(m_file, reason)
+                                               : mvReportUnusable(m_file, reason);
+    return MV_Err_NOT_ACQUIRED;
+}
+
+Err MVp_OpenFile::ReadProperties(MVp_PropertyListPtr& properties)
+{
+    if (!IsOpen()) return MV_Err_NOT_ACQUIRED;
     MVPropertyList* made = nullptr;
     if (const Err err = MVAllocatePropertyList(&made)) return err;
     MVp_PropertyListPtr list{made};
-    const Err err = ReadProperties(file, list.get());
-    if (err == U_Err_NONE) *properties = list.release();
+    const Err err = ReadInto(made);
+    if (!err) properties = std::move(list);
+    return err;
+}
+
+Err mvEdgeReadProperties(MVFileSpec* file, MVPropertyList** properties)
+{
+    MVp_PropertyListPtr list;
+    const Err err = MVp_OpenFile{file}.ReadProperties(list);
+    *properties = list.release();
     return err;
 }
 

@@ -4,8 +4,6 @@
 // Passed over are names that begin with a dot, and what is neither a file nor a folder. A link to a file counts as
 // that file, and one that leads nowhere as a file that cannot be read; a link to a folder is not followed, so that no
 // circle of links is walked. A file that is there under several names is a plug-in under the first of them only.
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -38,11 +36,10 @@ std::error_code ListFolder(const fs::path& folder, std::vector<std::string>& fil
         const fs::directory_entry& entry = *at;
         if (entry.path().filename().native().starts_with('.')) continue;
         std::error_code unknown;
-        const fs::file_status status = entry.status(unknown);
         const bool link = entry.is_symlink(unknown);
-        if (fs::is_directory(status)) {
+        if (entry.is_directory(unknown)) {
             if (!link) folders.push_back(entry.path());
-        } else if (fs::is_regular_file(status) || (link && !fs::exists(status))) {
+        } else if (entry.is_regular_file(unknown) || (link && !entry.exists(unknown))) {
             files.push_back(entry.path().native());
         }
     }
@@ -68,21 +65,8 @@ Err ListFiles(const char* folder, std::vector<std::string>& files)
     return U_Err_NONE;
 }
 
-// The names of files seen so far, by what the file system knows a file by.
-class SeenFiles {
-  public:
-    /// The path under which this file was seen before; null for a new one.
-    const std::string* SeenAs(const std::string& path)
-    {
-        struct stat status;
-        if (stat(path.c_str(), &status) != 0) return nullptr;
-        const auto [at, fresh] = m_paths.try_emplace({status.st_dev, status.st_ino}, path);
-        return fresh ? nullptr : &at->second;
-    }
-
-  private:
-    std::map<std::pair<dev_t, ino_t>, std::string> m_paths;
-};
+// Files by what the file system knows them by, each with the path under which it was met first.
+using SeenFiles = std::map<MVp_OpenFile::Identity, std::string_view>;
 
 // The name that the property list gives, or null. It must be a text that ends.
 bool TakeName(const MVPropertyList* properties, const char** name)
@@ -97,14 +81,20 @@ bool TakeName(const MVPropertyList* properties, const char** name)
     return true;
 }
 
-Err ReadFile(MVFileSpec* file, std::vector<Found>& found)
+Err ReadFile(MVFileSpec* file, SeenFiles& seen, std::vector<Found>& found)
 {
-    MVPropertyList* read = nullptr;
-    const Err err = mvEdgeReadProperties(file, &read);
-    if (err) return err == MV_Err_NOT_ACQUIRED ? U_Err_NONE : err;
-    MVp_PropertyListPtr properties{read};
+    MVp_OpenFile open{file};
+    if (!open.IsOpen()) return U_Err_NONE;
+    const auto [former, fresh] = seen.try_emplace(open.GetIdentity(), mvFilePath(file));
+    if (!fresh) {
+        mvPassOver(file, ("it is the same file as " + std::string{former->second}).c_str());
+        return U_Err_NONE;
+    }
+    MVp_PropertyListPtr properties;
+    const Err err = open.ReadProperties(properties);
+    if (err) return err == MV_Err_NOT_ACQUIRED ? Err{U_Err_NONE} : err;
     const char* name = nullptr;
-    if (TakeName(read, &name)) {
+    if (TakeName(properties.get(), &name)) {
         found.push_back({file, std::move(properties), name});
     } else {
         mvReportUnusable(file, "its name is no text");
@@ -117,15 +107,10 @@ Err ReadFiles(const std::vector<std::string>& paths, MVFileList* files, std::vec
     SeenFiles seen;
     for (const std::string& path : paths) {
         MVFileSpec* file = nullptr;
-        const std::string* former = seen.SeenAs(path);
         if (const Err err = MVFindFile(files, path.c_str(), &file)) return err;
         if (file) continue;
         if (const Err err = MVAddFile(files, path.c_str(), &file)) return err;
-        if (former) {
-            mvPassOver(file, ("it is the same file as " + *former).c_str());
-        } else if (const Err err = ReadFile(file, found)) {
-            return err;
-        }
+        if (const Err err = ReadFile(file, seen, found)) return err;
     }
     return U_Err_NONE;
 }

@@ -70,7 +70,7 @@ bool MVp_ElfFile::HoldsSections(const GElf_Ehdr& header, uint64_t count) const
     return count <= m_size / header.e_shentsize && Holds(header.e_shoff, count * header.e_shentsize);
 }
 
-// Looks at the name of each section. Two of ours would leave open which one counts.
+// Looks at the names of the sections, up to ours.
 const char* MVp_ElfFile::ScanSections(Elf_Scn** found)
 {
     size_t count = 0, names = 0;
@@ -89,8 +89,8 @@ const char* MVp_ElfFile::ScanSections(Elf_Scn** found)
         const char* name = elf_strptr(m_elf, names, header.sh_name);
         if (!name) return kDamaged;
         if (std::strcmp(name, MV_PROPERTY_SECTION) != 0) continue;
-        if (*found) return "the file has more than one property list";
         *found = at;
+        return nullptr;
     }
     return nullptr;
 }

@@ -203,7 +203,7 @@ TEST_F(PropertyFile, LiesInHeadersAreFound)
         {[=](Header&, Section*, Section& ours) { ours.sh_size = most; }, "cut short"},
         {[](Header&, Section*, Section& ours) { ours.sh_size = 11; }, "cut short"},
         {[](Header&, Section*, Section& ours) { ours.sh_offset -= 1; }, "begin"},
-        {[](Header&, Section* s, Section& ours) { s[1].sh_name = ours.sh_name; }, "more than one"},
+        {[](Header&, Section* s, Section& ours) { s[1].sh_name = ours.sh_name; }, "damaged"},
     };
     int number = 0;
     for (const auto& [spoil, reason] : rows) {
