@@ -1,16 +1,18 @@
-// The kernels: one template, an instance for each kind of point, each built for the processor that every one
-// has and again for wider registers.
+// The kernels: one template, an instance for each kind of point, each built for the processor that everybody has
+// and again for wider registers.
 //
 // Nothing here may be fused or reordered: sums run from left to right and quotients are quotients, in every
 // instance. The build switches contraction off for the whole library.
 //
-// State: which sets this processor can run, found once.
+// State: the set in use, chosen when the library is loaded and constant from then on. Code that runs earlier
+// finds the baseline set and gets the same bits.
 
 #include "Mp_Kernels.h"
 
 #include <algorithm>
 
 #include "Mp_Lanes.h"
+#include "Mp_MatrixKernels.h"
 
 namespace {
 
@@ -151,6 +153,15 @@ MP_INLINE size_t RunPairs(const void* matrix, size_t count, void* points)
     {                                                                                       \
         return RunPairs(matrix, count, points);                                             \
     }                                                                                       \
+    target Err Product##set(const M_Matrix4* a, const M_Matrix4* b, M_Matrix4* out)         \
+    {                                                                                       \
+        Mp_Multiply(*a, *b, *out);                                                          \
+        return U_Err_NONE;                                                                  \
+    }                                                                                       \
+    target double Inverse##set(const M_Matrix4* m, double tiny, M_Matrix4* out)             \
+    {                                                                                       \
+        return Mp_Invert(*m, tiny, *out);                                                   \
+    }                                                                                       \
     constexpr Mp_KernelSet k##set = {#set,                                                  \
                                      Pairs##set,                                            \
                                      Each##set<Point3D>,                                    \
@@ -160,23 +171,33 @@ MP_INLINE size_t RunPairs(const void* matrix, size_t count, void* points)
                                      Each##set<Homogeneous<3, Weight::kDividedOrStop>>,     \
                                      Each##set<Homogeneous<4, Weight::kDividedOrStop>>,     \
                                      Each##set<Homogeneous<3, Weight::kDivided>>,           \
-                                     Each##set<Homogeneous<4, Weight::kDivided>>};
+                                     Each##set<Homogeneous<4, Weight::kDivided>>,           \
+                                     Product##set,                                          \
+                                     Inverse##set};
 
 MP_KERNEL_SET(Baseline, )
 #if defined(__x86_64__)
 MP_KERNEL_SET(Wide, [[gnu::target("avx2")]])
 #endif
 
+[[gnu::constructor]] void ChooseKernels()
+{
+    const Mp_KernelSets all = Mp_GetKernelSets();
+    Mp_g_kernels = all.sets[all.count - 1];
+}
+
 }  // namespace
 
-const Mp_KernelSets& Mp_GetKernelSets()
+constinit const Mp_KernelSet* Mp_g_kernels = &kBaseline;
+
+Mp_KernelSets Mp_GetKernelSets()
 {
 #if defined(__x86_64__)
-    static const Mp_KernelSets sets = {{&kBaseline, &kWide}, __builtin_cpu_supports("avx2") ? 2u : 1u};
+    __builtin_cpu_init();
+    return {{&kBaseline, &kWide}, __builtin_cpu_supports("avx2") ? 2u : 1u};
 #else
-    static constexpr Mp_KernelSets sets = {{&kBaseline, nullptr}, 1};
+    return {{&kBaseline, nullptr}, 1};
 #endif
-    return sets;
 }
 
 // Points in front of the matrix and behind it go through the kernel in one run. Those that share bytes with it go

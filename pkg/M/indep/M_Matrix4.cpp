@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "M_Matrix.h"
-#include "Mp_Lanes.h"
+#include "Mp_Kernels.h"
 #include "Mp_Matrix.h"
 
 Err M_ZeroMatrix4(M_Matrix4* m)
@@ -26,13 +26,9 @@ Err M_SetMatrix4CoB(const M_Vector3* u, const M_Vector3* v, const M_Vector3* w, 
     return U_Err_NONE;
 }
 
-// The rows of a product are the rows of the first factor, transformed by the second. Each is read before its
-// place in `out` is written, and the second factor before all.
 Err M_ConcatMatrix4(const M_Matrix4* a, const M_Matrix4* b, M_Matrix4* out)
 {
-    const Mp_Lanes rows[4] = {Mp_Load(b->m[0]), Mp_Load(b->m[1]), Mp_Load(b->m[2]), Mp_Load(b->m[3])};
-    for (int i = 0; i < 4; ++i) Mp_Store(Mp_TimesRows(a->m[i], rows), out->m[i]);
-    return U_Err_NONE;
+    return Mp_g_kernels->product4(a, b, out);
 }
 
 Err M_TranslateMatrix4(M_Matrix4* m, double x, double y, double z)

@@ -6,7 +6,10 @@
 #include "M.h"
 #include "M_Matrix.h"
 #include "Mp_Err.h"
+#include "Mp_Kernels.h"
+#include "Mp_Lanes.h"
 #include "Mp_Matrix.h"
+#include "Mp_MatrixKernels.h"
 
 namespace {
 
@@ -23,28 +26,68 @@ bool CountsAsZero(double pivot)
     return pivot > -kTinyPivot && pivot < kTinyPivot;
 }
 
-// Makes column `column` that of identity with 1 in row `pivot`, and does the same to `out`.
-void Eliminate(M_Matrix3& a, M_Matrix3& out, int pivot, int column)
+typedef double Pair __attribute__((vector_size(16)));
+
+// A row of the matrix beside the same row of what becomes the inverse. Elements of the matrix are kept as long as
+// somebody asks for them. In pairs, since these stay in registers on every processor.
+struct Row {
+    int index;  // where it stood
+    double a0, a1;
+    Pair out01;    // the row of the inverse
+    Pair out2_a2;  // its end, and element 2 of the matrix
+
+    MP_INLINE Row(const M_Matrix3& m, int row)
+        : index(row),
+          a0(m.m[row][0]),
+          a1(m.m[row][1]),
+          out01{Mp_kIdentity3.m[row][0], Mp_kIdentity3.m[row][1]},
+          out2_a2{Mp_kIdentity3.m[row][2], m.m[row][2]}
+    {
+    }
+
+    MP_INLINE double A2() const { return out2_a2[1]; }
+
+    MP_INLINE void StoreInto(double (&out)[3]) const
+    {
+        out[0] = out01[0];
+        out[1] = out01[1];
+        out[2] = out2_a2[0];
+    }
+
+    MP_INLINE void Scale(double factor)
+    {
+        a1 *= factor;
+        out01 *= factor;
+        out2_a2 *= factor;
+    }
+
+    // Element 0, 1 or 2, given as `factor`, becomes 0 by the row in which it is 1.
+    MP_INLINE void Clear(double factor, const Row& pivot)
+    {
+        a1 -= factor * pivot.a1;
+        out01 -= factor * pivot.out01;
+        out2_a2 -= factor * pivot.out2_a2;
+    }
+};
+
+// An elimination that could not go on: the rows as far as they got, where they stood.
+MP_INLINE void StoreUnfinished(const Row& first, const Row& second, const Row& third, M_Matrix3* out)
 {
-    const double reciprocal = 1 / a.m[pivot][column];
-    for (int j = 0; j < 3; ++j) {
-        a.m[pivot][j] *= reciprocal;
-        out.m[pivot][j] *= reciprocal;
-    }
-    for (int i = 0; i < 3; ++i) {
-        if (i == pivot) continue;
-        const double factor = a.m[i][column];
-        for (int j = 0; j < 3; ++j) {
-            a.m[i][j] -= factor * a.m[pivot][j];
-            out.m[i][j] -= factor * out.m[pivot][j];
-        }
-    }
+    first.StoreInto(out->m[first.index]);
+    second.StoreInto(out->m[second.index]);
+    third.StoreInto(out->m[third.index]);
 }
 
-// Of two rows the one that is greater in a column. Wanted: a tie goes to the second.
-int Greater(const M_Matrix3& a, int first, int second, int column)
+// Of two rows the one whose element is greater. Wanted: a tie goes to the second.
+int Greater(int first, double a, int second, double b)
 {
-    return std::fabs(a.m[first][column]) > std::fabs(a.m[second][column]) ? first : second;
+    return std::fabs(a) > std::fabs(b) ? first : second;
+}
+
+int FirstPivot(const M_Matrix3& m)
+{
+    const int upper = Greater(0, m.m[0][0], 1, m.m[1][0]);
+    return Greater(upper, m.m[upper][0], 2, m.m[2][0]);
 }
 
 Err Singular(uint8_t* singular)
@@ -59,68 +102,42 @@ Err ReportSingular(uint32_t location, Err err, uint8_t singular)
     return err;
 }
 
-// --- Space -------------------------------------------------------------------------------------------------
-
-// The minors of 2 by 2 of two rows, by their columns: 01, 02, 03, 12, 13, 23.
-struct Minors {
-    double m01, m02, m03, m12, m13, m23;
-
-    Minors(const double (&upper)[4], const double (&lower)[4])
-        : m01(upper[0] * lower[1] - upper[1] * lower[0]),
-          m02(upper[0] * lower[2] - upper[2] * lower[0]),
-          m03(upper[0] * lower[3] - upper[3] * lower[0]),
-          m12(upper[1] * lower[2] - upper[2] * lower[1]),
-          m13(upper[1] * lower[3] - upper[3] * lower[1]),
-          m23(upper[2] * lower[3] - upper[3] * lower[2])
-    {
-    }
-};
-
-double Determinant(const Minors& up, const Minors& low)
-{
-    return up.m01 * low.m23 - up.m02 * low.m13 + up.m03 * low.m12 + up.m12 * low.m03 - up.m13 * low.m02 +
-           up.m23 * low.m01;
-}
-
-// The cofactors of one row, from the row that shares a half with it and the minors of the other half. `sign` is
-// that of the row's first element.
-void CofactorsOfRow(const double (&partner)[4], const Minors& other, double sign, double (&out)[4])
-{
-    out[0] = sign * (partner[1] * other.m23 - partner[2] * other.m13 + partner[3] * other.m12);
-    out[1] = -sign * (partner[0] * other.m23 - partner[2] * other.m03 + partner[3] * other.m02);
-    out[2] = sign * (partner[0] * other.m13 - partner[1] * other.m03 + partner[3] * other.m01);
-    out[3] = -sign * (partner[0] * other.m12 - partner[1] * other.m02 + partner[2] * other.m01);
-}
-
 }  // namespace
 
 Err M_InverseMatrixQuiet(const M_Matrix3* m, M_Matrix3* out, uint8_t* singular)
 {
-    M_Matrix3 a = *m;
     if (singular != nullptr) *singular = 0;
-    *out = Mp_kIdentity3;
+    const int pivot = FirstPivot(*m);
+    Row first(*m, pivot), second(*m, pivot == 0 ? 1 : 0), third(*m, pivot == 2 ? 1 : 2);
+    if (CountsAsZero(first.a0)) {
+        StoreUnfinished(first, second, third, out);
+        return Singular(singular);
+    }
+    first.Scale(1 / first.a0);
+    second.Clear(second.a0, first);
+    third.Clear(third.a0, first);
 
-    const int first = Greater(a, Greater(a, 0, 1, 0), 2, 0);
-    if (CountsAsZero(a.m[first][0])) return Singular(singular);
-    Eliminate(a, *out, first, 0);
-
-    const int upper = first == 0 ? 1 : 0;
-    const int lower = first == 2 ? 1 : 2;
-    const int second = Greater(a, upper, lower, 1);
-    if (CountsAsZero(a.m[second][1])) return Singular(singular);
-    Eliminate(a, *out, second, 1);
+    if (Greater(0, second.a1, 1, third.a1) != 0) std::swap(second, third);
+    if (CountsAsZero(second.a1)) {
+        StoreUnfinished(first, second, third, out);
+        return Singular(singular);
+    }
+    second.Scale(1 / second.a1);
+    first.Clear(first.a1, second);
+    third.Clear(third.a1, second);
 
     // Wanted: a matrix of rank 2 is no failure. What is drawn through one has collapsed to a line, and its
     // callers have always gone on with what the elimination had reached.
-    const int third = 3 - first - second;
-    if (CountsAsZero(a.m[third][2])) return U_Err_NONE;
-    Eliminate(a, *out, third, 2);
-
-    const M_Matrix3 rows = *out;
-    const int order[] = {first, second, third};
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) out->m[i][j] = rows.m[order[i]][j];
+    if (CountsAsZero(third.A2())) {
+        StoreUnfinished(first, second, third, out);
+        return U_Err_NONE;
     }
+    third.Scale(1 / third.A2());
+    first.Clear(first.A2(), third);
+    second.Clear(second.A2(), third);
+    first.StoreInto(out->m[0]);
+    second.StoreInto(out->m[1]);
+    third.StoreInto(out->m[2]);
     return U_Err_NONE;
 }
 
@@ -133,35 +150,26 @@ Err M_InverseMatrix(const M_Matrix3* m, M_Matrix3* out)
 
 Err M_GetMatrix4Determinant(const M_Matrix4* m, double* determinant)
 {
-    *determinant = Determinant(Minors(m->m[0], m->m[1]), Minors(m->m[2], m->m[3]));
+    const Mp_Minors up(Mp_Rest(m->m[0]), Mp_Rest(m->m[1]));
+    const Mp_Minors low(Mp_Rest(m->m[2]), Mp_Rest(m->m[3]));
+    *determinant = Mp_Determinant(up, low);
     return U_Err_NONE;
 }
 
-Err M_GetMatrix3DeterminantPlus(const M_Matrix4* matrix, double* determinant, M_Matrix4* cofactors)
+Err M_GetMatrix3DeterminantPlus(const M_Matrix4* m, double* determinant, M_Matrix4* cofactors)
 {
-    const M_Matrix4 m = *matrix;
-    const Minors up(m.m[0], m.m[1]);
-    const Minors low(m.m[2], m.m[3]);
-    *determinant = Determinant(up, low);
-    CofactorsOfRow(m.m[1], low, 1, cofactors->m[0]);
-    CofactorsOfRow(m.m[0], low, -1, cofactors->m[1]);
-    CofactorsOfRow(m.m[3], up, 1, cofactors->m[2]);
-    CofactorsOfRow(m.m[2], up, -1, cofactors->m[3]);
+    const Mp_CofactorMatrix matrix(*m);
+    *determinant = matrix.determinant;
+    for (int i = 0; i < 4; ++i) Mp_Store(matrix.rows[i], cofactors->m[i]);
     return U_Err_NONE;
 }
 
 Err M_InverseMatrix4Quiet(const M_Matrix4* m, M_Matrix4* out, uint8_t* singular)
 {
     constexpr double kTinyDeterminant = 1e-16;
-    double determinant = 0;
     if (singular != nullptr) *singular = 0;
-    M_GetMatrix3DeterminantPlus(m, &determinant, out);
-    out->Transpose();
-    if (std::fabs(determinant) < kTinyDeterminant) return Singular(singular);
-    for (auto& row : out->m) {
-        for (double& element : row) element /= determinant;
-    }
-    return U_Err_NONE;
+    const double determinant = Mp_g_kernels->inverse4(m, kTinyDeterminant, out);
+    return std::fabs(determinant) < kTinyDeterminant ? Singular(singular) : U_Err_NONE;
 }
 
 Err M_InverseMatrix4(const M_Matrix4* m, M_Matrix4* out)

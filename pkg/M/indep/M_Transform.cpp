@@ -34,7 +34,7 @@ size_t Transform(Mp_Kernel kernel, const Matrix* m, int32_t count, Point* points
 template <class Matrix, class Point>
 Err TransformAll(Member kernel, const Matrix* m, int32_t count, Point* points)
 {
-    Transform(Mp_GetKernels().*kernel, m, count, points);
+    Transform(Mp_g_kernels->*kernel, m, count, points);
     return U_Err_NONE;
 }
 
@@ -69,7 +69,7 @@ template <class Point>
 size_t TransformIntegers(const void* matrix, size_t count, void* points)
 {
     constexpr size_t kPiece = 128;
-    const Mp_Kernel kernel = Mp_GetKernels().floatPoints;
+    const Mp_Kernel kernel = Mp_g_kernels->floatPoints;
     char* at = static_cast<char*>(points);
     Point point;
     for (size_t done = 0; done < count; done += kPiece) {
@@ -103,7 +103,7 @@ Err TransformUntilOverflow(const M_Matrix3* m, int32_t count, Point* points, uin
 template <class Matrix, class Point>
 void TransformOrThrow(Member kernel, const Matrix* m, int32_t count, Point* points, unsigned location)
 {
-    const size_t done = Transform(Mp_GetKernels().*kernel, m, count, points);
+    const size_t done = Transform(Mp_g_kernels->*kernel, m, count, points);
     if (count < 1 || done == static_cast<size_t>(count)) return;
     Up_ReportErrString(location, U_Sev_PROBLEM, Mp_String(kTextZeroWeight));
     throw int{M_Err_ZERO_WEIGHT};

@@ -111,7 +111,7 @@ std::vector<double> Numbers(std::mt19937_64& random, size_t count)
 TEST_F(Transform, EverySetOfKernelsGivesTheBitsOfTheFormulas)
 {
     std::mt19937_64 random(kSeed);
-    const Mp_KernelSets& all = Mp_GetKernelSets();
+    const Mp_KernelSets all = Mp_GetKernelSets();
     for (const Kind& kind : kKinds) {
         for (size_t round = 0; round < 400; ++round) {
             const size_t count = round % 23;
@@ -128,6 +128,24 @@ TEST_F(Transform, EverySetOfKernelsGivesTheBitsOfTheFormulas)
                 ASSERT_EQ((all.sets[set]->*kind.kernel)(matrix.data(), count, ours.data()), fine);
                 ASSERT_TRUE(SameBits(ours, expected)) << kind.name << ' ' << all.sets[set]->name;
             }
+        }
+    }
+}
+
+TEST_F(Transform, EverySetMultipliesAndInvertsAlike)
+{
+    std::mt19937_64 random(kSeed);
+    const Mp_KernelSets all = Mp_GetKernelSets();
+    const auto bits = [](const M4& m) { return std::vector<double>(m.m[0], m.m[0] + 16); };
+    for (int round = 0; round < 2000; ++round) {
+        M4 a, b, product[2] = {}, inverse[2] = {};
+        std::memcpy(&a, Numbers(random, 16).data(), sizeof a);
+        std::memcpy(&b, Numbers(random, 16).data(), sizeof b);
+        for (size_t set = 0; set < all.count; ++set) {
+            all.sets[set]->product4(&a, &b, &product[set]);
+            all.sets[set]->inverse4(&a, 1e-16, &inverse[set]);
+            ASSERT_TRUE(SameBits(bits(product[set]), bits(product[0])));
+            ASSERT_TRUE(SameBits(bits(inverse[set]), bits(inverse[0])));
         }
     }
 }
