@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build into a scratch prefix, compares the installed files with the committed list, and builds and
-# runs a stranger's host against the prefix, once through CMake's package and once through pkg-config.
+# runs a stranger's host against the prefix, once through CMake's package and once through pkg-config, and a
+# stranger's plug-in with its host.
 #
 #   install_consumer.sh BUILD_FOLDER CXX        QL_ACCEPT=1 rewrites the committed list
 set -euo pipefail
@@ -28,6 +29,15 @@ export PKG_CONFIG_PATH=$libdir/pkgconfig
 "$scratch/host"
 echo "through pkg-config: runs"
 
-# The README quotes this host; a reader must get what was compiled.
+cmake -S "$here/consumer/plugin" -B "$scratch/plugin" -DCMAKE_PREFIX_PATH="$scratch/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
+cmake --build "$scratch/plugin" >/dev/null
+[ "$("$scratch/plugin/try_wobble" "$scratch/plugin/plug-ins")" = $'by message: 10.0\nby suite: -10.0' ]
+echo "a plug-in: runs"
+
+# The README and the guide quote these files; a reader must get what was compiled.
+for file in "$here"/consumer/plugin/*; do
+    diff -u "$file" <(awk -v name="$(basename "$file")" '/^```/ {on = $2 == name; next} on' "$here/../docs/guides/plugins.md")
+done
+echo "the guide quotes the same plug-in"
 diff -u "$here/consumer/host.cpp" <(awk '/^```cpp$/ {on = 1; next} /^```$/ {if (on) exit} on' "$here/../README.md")
 echo "the README quotes the same host"
