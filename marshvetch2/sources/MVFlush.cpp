@@ -24,13 +24,17 @@ bool IsOfType(const MVPlugin* plugin, int32_t disposeType)
     return stays == (disposeType == MV_Dispose_STAYING);
 }
 
+// Plug-ins that other adapters serve go first: the plug-ins behind those adapters are needed for it, and would be
+// loaded again otherwise.
 MVAccess* NextUnseen(int32_t disposeType)
 {
-    for (MVAccess* access = g_mvRuntime->accesses; access; access = access->next) {
-        if (access->flushSerial == g_mvRuntime->flushSerial) continue;
-        access->flushSerial = g_mvRuntime->flushSerial;
-        if (disposeType != MV_Dispose_UNUSED || access->count == 0) return access;
-    }
+    const uint32_t serial = g_mvRuntime->flushSerial;
+    for (const bool builtIn : {false, true})
+        for (MVAccess* access = g_mvRuntime->accesses; access; access = access->next) {
+            if (access->flushSerial == serial || mvIsBuiltIn(access->plugin) != builtIn) continue;
+            access->flushSerial = serial;
+            if (disposeType != MV_Dispose_UNUSED || access->count == 0) return access;
+        }
     return nullptr;
 }
 

@@ -1,0 +1,361 @@
+// Accesses and messages: what a plug-in gets, when its code comes and goes, and every code on the way.
+#include "Stage.h"
+
+namespace {
+
+class Messages : public Stage {
+  public:
+    static Err Acquire(MVPlugin* plugin)
+    {
+        MVAccess* access = nullptr;
+        return MVAcquirePlugin(plugin, &access);
+    }
+    static int32_t Flush(int32_t disposeType = MV_Dispose_UNUSED, MVFlushProc proc = nullptr)
+    {
+        int32_t flushed = -1;
+        EXPECT_EQ(MVFlushAccesses(proc, &flushed, disposeType), 0);
+        return flushed;
+    }
+};
+
+// --- What a plug-in gets -----------------------------------------------------------------------------------
+
+TEST_F(Messages, BeginWithTheHead)
+{
+    int kept = 0;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) {
+        MVMessageData& data = call.Data();
+        if (!call.Is("Work")) return 0;
+        EXPECT_EQ(std::memcmp(&data.MVCheck, "kCVM", 4), 0);
+        EXPECT_EQ(data.globals, nullptr);
+        data.globals = &kept;
+        const void* suite = nullptr;
+        EXPECT_EQ(data.basic->AcquireSuite(MV_BASIC_SUITE, 1, 0, &suite), 0);
+        EXPECT_EQ(suite, data.basic);
+        EXPECT_EQ(data.basic->ReleaseSuite(MV_BASIC_SUITE, 1, 0), 0);
+        void* block = nullptr;
+        EXPECT_EQ(data.basic->AllocateBlock(8, &block) | data.basic->ReallocateBlock(64, &block), 0);
+        EXPECT_EQ(data.basic->FreeBlock(block), 0);
+        MVPlugin* current = nullptr;
+        MVGetCurrentPlugin(&current);
+        EXPECT_EQ(current, data.self);
+        return 42;
+    });
+    EXPECT_EQ(Send(plugin, "Work"), 0);
+    EXPECT_EQ(result, 42);
+    EXPECT_EQ(plugin->globals, &kept);
+    EXPECT_EQ(log, (Lines{"Grain Reload 0", "Grain Work"}));
+    EXPECT_EQ(CountOf(plugin), 0) << "stays loaded, held by nobody";
+    EXPECT_EQ(g_mvRuntime->current, nullptr);
+}
+
+// Whatever leaves the entry becomes the call's code, and the access keeps its count.
+TEST_F(Messages, KeepExceptionsOfPluginsInside)
+{
+    struct Strange {};
+    const struct {
+        std::function<void()> leave;
+        Err code;
+        size_t reports;
+    } rows[] = {{[] { throw 7; }, 7, 1},
+                {[] { throw 0; }, U_Err_UNKNOWN, 1},
+                {[] { throw std::runtime_error("oh"); }, U_Err_UNKNOWN, 1},
+                {[] { throw std::bad_alloc(); }, U_Err_OUT_OF_MEMORY, 0},
+                {[] { throw Strange(); }, U_Err_UNKNOWN, 1}};
+    const auto* row = rows;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) {
+        call.Data().globals = &result;
+        if (call.Is("Work")) row->leave();
+        return 0;
+    });
+    for (int32_t count = 1; row != std::end(rows); ++row, ++count) {
+        Forget();
+        sentences.clear();
+        EXPECT_EQ(Send(plugin, "Work"), row->code);
+        EXPECT_EQ(result, 0);
+        EXPECT_EQ(Reports().size(), row->reports);
+        EXPECT_EQ(sentences.size(), 1u);
+        EXPECT_EQ(CountOf(plugin), count);
+        EXPECT_EQ(plugin->globals, &result) << "goes back all the same";
+    }
+    EXPECT_EQ(g_mvRuntime->depth, 0);
+    EXPECT_EQ(Flush(), 0) << "held by its failures";
+}
+
+TEST_F(Messages, RefuseThoseThatWouldNest)
+{
+    std::vector<Err> codes;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) {
+        int32_t inner = 0;
+        codes.push_back(MVSendMessage(call.Data().self, "Test", "Nested", nullptr, &inner));
+        return 0;
+    });
+    const auto outer = [&](const char* caller, const char* selector) {
+        codes.clear();
+        EXPECT_EQ(Send(plugin, selector, caller), 0);
+        return codes;
+    };
+    const auto AISC = MV_Err_IN_ACCESS_CALL;
+    EXPECT_EQ(outer(MV_Caller_INTERFACE, MV_Selector_STARTUP), (std::vector<Err>{AISC, AISC}))
+        << "Reload, Startup";
+    EXPECT_EQ(outer(MV_Caller_PROPERTIES, MV_Selector_ACQUIRE), std::vector<Err>{AISC});
+    EXPECT_EQ(plugin->state & (kStateInAccess | kStateInMessage), 0);
+    codes.clear();
+    EXPECT_EQ(Flush(), 1);
+    EXPECT_EQ(codes, std::vector<Err>{AISC}) << "Unload";
+
+    // The bit of somebody else's call is his to clear.
+    ASSERT_EQ(Acquire(plugin), 0);
+    mvSet(plugin, kStateInMessage, true);
+    int32_t unused = 0;
+    EXPECT_EQ(Send(plugin, "Work"), AISC);
+    EXPECT_EQ(sendAccessMessage(mvFindAccess(plugin), kNameReload, &unused), AISC);
+    EXPECT_TRUE(mvHas(plugin, kStateInMessage));
+    mvSet(plugin, kStateInMessage, false);
+}
+
+TEST_F(Messages, OfOtherKindsMayNest)
+{
+    int depth = 0;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) {
+        int32_t inner = 0;
+        if (!call.Is("Work") || ++depth == 5) return depth;
+        EXPECT_EQ(MVSendMessage(call.Data().self, "Test", "Work", nullptr, &inner), 0);
+        return depth;
+    });
+    EXPECT_EQ(Send(plugin, "Work"), 0);
+    EXPECT_EQ(depth, 5);
+    EXPECT_EQ(CountOf(plugin), 0);
+}
+
+// --- Codes -------------------------------------------------------------------------------------------------
+
+TEST_F(Messages, AreClosedToV1PluginsButForAbout)
+{
+    MVPlugin* about = nullptr;
+    MVAdapter* adapter = AddAdapter("Old", MV_Adapter_V1, [&](const Call& call) {
+        if (call.Is("About")) about = call.As<MVAdapterMessage>().plugin;
+        return call.Is("About") ? 9 : 0;
+    });
+    MVPlugin* plugin = AddServed(adapter, "Grain");
+    const std::string interface = MV_Caller_INTERFACE,
+                      selector = MV_Selector_ABOUT;  // not the pooled pointers
+    EXPECT_EQ(Send(plugin, selector.c_str(), interface.c_str()), 0);
+    EXPECT_EQ(result, 9);
+    EXPECT_EQ(about, plugin);
+    EXPECT_EQ(CountOf(adapter->host), 0);
+    MVMessageData data = {};
+    EXPECT_EQ(Send(plugin, MV_Selector_STARTUP, MV_Caller_INTERFACE), MV_Err_V1_PLUGIN);
+    EXPECT_EQ(Send(plugin, MV_Selector_ABOUT, MV_Caller_PROPERTIES), MV_Err_V1_PLUGIN);
+    EXPECT_EQ(Acquire(plugin), MV_Err_V1_PLUGIN);
+    EXPECT_EQ(MVSetupMessageData(plugin, &data), MV_Err_V1_PLUGIN);
+    EXPECT_EQ(MVEmptyMessageData(plugin, &data), MV_Err_V1_PLUGIN);
+    adapter->host = nullptr;
+    EXPECT_EQ(Send(plugin, MV_Selector_ABOUT, MV_Caller_INTERFACE), MV_Err_NOT_ACQUIRED);
+}
+
+TEST_F(Messages, NeedCodeThatCanBeLoaded)
+{
+    MVPlugin* fileless = nullptr;
+    MVAddPlugin(nullptr, nullptr, nullptr, "No file", nullptr, nullptr, &fileless);
+    EXPECT_EQ(Send(fileless, "Work"), MV_Err_NOT_ACQUIRED);
+    EXPECT_TRUE(mvHas(fileless, kStateBroken));
+
+    MVAdapter* empty = nullptr;
+    ASSERT_EQ(MVAddAdapter(nullptr, "Empty", 1, 0, nullptr, &empty), 0);
+    MVPlugin* unserved = AddServed(empty, "Unserved");
+    EXPECT_EQ(Send(unserved, "Work"), MV_Err_NOT_ACQUIRED);
+    EXPECT_FALSE(mvHas(unserved, kStateBroken));
+    EXPECT_EQ(g_mvRuntime->accessCount, 0);
+}
+
+TEST_F(Messages, CountAcquisitions)
+{
+    MVPlugin* first = Add("First");
+    MVPlugin* second = Add("Second");
+    MVAccess *one = nullptr, *two = nullptr;
+    ASSERT_EQ(MVAcquirePlugin(first, &one) | MVAcquirePlugin(second, &two) | MVAcquirePlugin(first, &one), 0);
+    EXPECT_EQ(g_mvRuntime->accesses, one) << "the last used is at the head";
+    EXPECT_EQ(g_mvRuntime->accessCount, 2);
+    EXPECT_EQ(CountOf(first), 2);
+    EXPECT_EQ(MVReleasePlugin(one) | MVReleasePlugin(one), 0);
+    EXPECT_EQ(MVReleasePlugin(one), MV_Err_PLUGIN_RELEASED);
+    EXPECT_EQ(mvFindAccess(first), one) << "a release never unloads";
+    EXPECT_EQ(Flush(), 1);
+    EXPECT_EQ(MVReleasePlugin(one), MV_Err_PLUGIN_RELEASED) << "it is gone";
+    EXPECT_EQ(MVCallPlugin(one, "Test", "Work", nullptr, &result), MV_Err_PARAMETER);
+    EXPECT_EQ(MVCallPlugin(two, "Test", "Work", nullptr, nullptr), MV_Err_PARAMETER);
+    EXPECT_EQ(MVAcquirePlugin(nullptr, &one), MV_Err_PARAMETER);
+}
+
+TEST_F(Messages, ThrowWhatReloadAnswers)
+{
+    int answer = 12;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) { return call.Is("Reload") ? answer : 0; });
+    MVAccess* access = nullptr;
+    EXPECT_EQ(MVAcquirePlugin(plugin, &access), 12);
+    EXPECT_EQ(thrown, std::vector<Err>{12});
+    ASSERT_NE(access, nullptr);
+    EXPECT_EQ(access->count, 1) << "it stays, counted";
+    EXPECT_EQ(Send(plugin, "Work"), 0) << "and is asked no more";
+}
+
+// --- Through an adapter ------------------------------------------------------------------------------------
+
+TEST_F(Messages, ReachServedPluginsThroughTheirAdapter)
+{
+    MVAdapter* adapter = AddAdapter("Text");
+    int kept = 0;
+    MVPlugin* plugin = AddServed(adapter, "Poem", [&](const Call& call) {
+        call.Data().globals = &kept;
+        return call.Is("Work") ? 5 : 0;
+    });
+    EXPECT_EQ(Send(plugin, "Work"), 0);
+    EXPECT_EQ(result, 5);
+    EXPECT_EQ(plugin->globals, &kept);
+    EXPECT_EQ(TakeLog(), (Lines{"Text Reload 0", "Text Load plugin", "Text Send message", "Poem Reload 0",
+                                "Text Send message", "Poem Work"}));
+    EXPECT_EQ(Flush(), 2);
+    EXPECT_EQ(log.front(), "Text Send message");
+    EXPECT_EQ(Took("Unload 0"), (Lines{"Poem", "Text"}))
+        << "the adapter was used last, but serves to the end";
+    EXPECT_EQ(g_mvRuntime->accessCount, 0);
+}
+
+// Each way in which an adapter or its plug-in may refuse, and what is left behind.
+TEST_F(Messages, PassOnWhatAnAdapterRefuses)
+{
+    std::string refused;
+    bool throws = false;
+    const auto refuse = [&](const Call& call) {
+        if (!call.Is(refused)) return 0;
+        if (throws) throw 66;
+        return 66;
+    };
+    MVPlugin* plugin = AddServed(AddAdapter("Text", 0, refuse), "Poem", refuse);
+    for (const bool byException : {false, true})
+        for (const char* selector : {"Load plugin", "Reload"}) {
+            SCOPED_TRACE(selector);
+            throws = byException;
+            refused = selector;
+            EXPECT_EQ(Send(plugin, "Work"), 66);
+            EXPECT_EQ(mvFindAccess(plugin), nullptr);
+            refused = "";
+            EXPECT_EQ(Send(plugin, "Work"), 0);
+            for (const char* keeper : {"Unload", "Release plugin"}) {
+                refused = keeper;
+                Flush();
+                EXPECT_EQ(CountOf(plugin), 0) << keeper;
+            }
+            refused = "";
+            Flush();
+            EXPECT_EQ(mvFindAccess(plugin), nullptr);
+        }
+}
+
+TEST_F(Messages, EndWhenAnAdapterGoesInCircles)
+{
+    Err inner = 0;
+    MVPlugin* plugin = AddServed(AddAdapter("Text", 0,
+                                            [&](const Call& call) {
+                                                if (call.Is("Load plugin"))
+                                                    inner = Acquire(call.As<MVAdapterMessage>().plugin);
+                                                return 0;
+                                            }),
+                                 "Poem");
+    EXPECT_EQ(Acquire(plugin), 0);
+    EXPECT_EQ(inner, MV_Err_IN_ACCESS_CALL);
+}
+
+// --- Flushing ----------------------------------------------------------------------------------------------
+
+TEST_F(Messages, FlushTheAccessesOfAType)
+{
+    MVAdapter* adapter = AddAdapter("Text");
+    const struct {
+        const char* name;
+        bool served;
+        int marks;
+        int32_t count;
+        bool goes[3];  // by dispose type
+    } rows[] = {{"held host", false, kPlain, 1, {false, false, false}},
+                {"idle host", false, kStays, 0, {true, false, false}},
+                {"held", true, kPlain, 1, {false, true, false}},
+                {"idle", true, kPlain, 0, {true, true, false}},
+                {"held that stays", true, kStays, 2, {false, false, true}},
+                {"idle that stays", true, kStays, 0, {true, false, true}}};
+    std::vector<MVPlugin*> plugins;
+    for (const auto& row : rows)
+        plugins.push_back(row.served ? AddServed(adapter, row.name, {}, row.marks)
+                                     : Add(row.name, {}, row.marks));
+    for (const int32_t type : {MV_Dispose_UNUSED, MV_Dispose_LEAVING, MV_Dispose_STAYING}) {
+        for (size_t i = 0; i < plugins.size(); ++i) {
+            Send(plugins[i], "Work");
+            while (CountOf(plugins[i]) < rows[i].count) Acquire(plugins[i]);
+        }
+        Acquire(adapter->host);
+        Flush(type);
+        for (size_t i = 0; i < plugins.size(); ++i)
+            EXPECT_EQ(mvFindAccess(plugins[i]) == nullptr, rows[i].goes[type]) << rows[i].name << type;
+    }
+    EXPECT_EQ(MVFlushAccesses(nullptr, nullptr, 3), MV_Err_PARAMETER);
+}
+
+TEST_F(Messages, KeepWhatAFlushMustNotTake)
+{
+    // One that refuses; one that is asked for by its own call; one whose flush asks for a flush.
+    bool refuses = true;
+    MVPlugin* refusing =
+        Add("Refusing", [&](const Call& call) { return call.Is("Unload") && refuses ? 31 : 0; });
+    ASSERT_EQ(Send(refusing, "Work"), 0);
+    EXPECT_EQ(Flush(), 0);
+    EXPECT_EQ(thrown, std::vector<Err>{31});
+    EXPECT_NE(mvFindAccess(refusing), nullptr);
+    EXPECT_EQ(Flush(0,
+                    [](const char* type, void*, int32_t* should) -> Err {
+                        EXPECT_STREQ(type, "MV Flush Access");
+                        return *should = 0;
+                    }),
+              0);
+    EXPECT_EQ(MVFlushCaches([](const char*, void*, int32_t*) -> Err { return 8; }, nullptr), 8);
+    refuses = false;
+    EXPECT_EQ(Flush(), 1);
+
+    MVPlugin* inside = AddServed(AddAdapter("Text"), "Inside", [&](const Call& call) {
+        // On the stack at first; inside a flush then.
+        return call.Is("Work") ? Flush(MV_Dispose_LEAVING) : call.Is("Unload") ? Flush() : 0;
+    });
+    ASSERT_EQ(Send(inside, "Work"), 0);
+    EXPECT_EQ(Flush(), 2);
+}
+
+TEST_F(Messages, EndAFlushInWhichPluginsWakeEachOther)
+{
+    MVPlugin *ping = nullptr, *pong = nullptr;
+    ping = Add("Ping", [&](const Call& call) { return call.Is("Unload") ? Send(pong, "Work") : 0; });
+    pong = Add("Pong", [&](const Call& call) { return call.Is("Unload") ? Send(ping, "Work") : 0; });
+    ASSERT_EQ(Send(ping, "Work"), 0);
+    EXPECT_EQ(Flush(), 1);
+    EXPECT_EQ(CountOf(pong), 0) << "came during the flush: the next one's";
+}
+
+TEST_F(Messages, AskTheHostForAccessesTheyDoNotKnow)
+{
+    MVPlugin* plugin = Add("Grain");
+    MVAccess* access = nullptr;
+    EXPECT_EQ(MVGetPluginAccess(plugin, &access), 0);
+    EXPECT_EQ(access, nullptr);
+    ASSERT_EQ(Acquire(plugin), 0);
+    EXPECT_EQ(MVGetPluginAccess(plugin, &access), 0);
+    MVPlugin* owner = nullptr;
+    MVPluginEntry entry = nullptr;
+    int32_t count = 0;
+    EXPECT_EQ(MVGetAccessPlugin(access, &owner) | MVGetAccessEntry(access, &entry) |
+                  MVGetAccessCount(access, &count),
+              0);
+    EXPECT_EQ(owner, plugin);
+    EXPECT_EQ(entry, plugin->hostEntry);
+    EXPECT_EQ(count, 1);
+}
+
+}  // namespace

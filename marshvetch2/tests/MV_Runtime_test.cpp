@@ -1,0 +1,280 @@
+#include "MV.h"
+
+#include <set>
+
+#include "FailingAllocator.h"
+#include "Stage.h"
+
+namespace {
+
+using Runtime = Stage;
+
+TEST_F(Runtime, PoolsOnePointerForEachText)
+{
+    const std::string paint = "Paint", again = "Paint", other = "paint";
+    const char *first = nullptr, *second = nullptr, *third = nullptr;
+    ASSERT_EQ(MVMakeWString(nullptr, paint.c_str(), &first), 0);
+    ASSERT_EQ(MVMakeWString(nullptr, again.c_str(), &second), 0);
+    ASSERT_EQ(MVMakeWString(nullptr, other.c_str(), &third), 0);
+    EXPECT_EQ(first, second);
+    EXPECT_NE(first, third);
+    EXPECT_STREQ(first, "Paint");
+    EXPECT_EQ(MVMakeWString(nullptr, nullptr, &first), MV_Err_PARAMETER);
+    EXPECT_EQ(MVFreeStringPool(g_mvRuntime->strings), MV_Err_PARAMETER);
+}
+
+TEST_F(Runtime, KeepsBlocksWithTheirDescriptions)
+{
+    void* block = nullptr;
+    ASSERT_EQ(MVAllocateBlock(100, "a curve", &block), 0);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
+    std::memset(block, 7, 100);
+    ASSERT_EQ(MVReallocateBlock(100000, &block), 0);
+    EXPECT_EQ(static_cast<char*>(block)[99], 7);
+    EXPECT_EQ(static_cast<char*>(block)[100], 0);
+    EXPECT_EQ(static_cast<char*>(block)[99999], 0);
+    const auto report = [] {
+        Lines lines;
+        MVReportBlocks(
+            [](void* self, const char* words, uint64_t size) {
+                static_cast<Lines*>(self)->push_back(words + (' ' + std::to_string(size)));
+            },
+            &lines);
+        return lines;
+    };
+    EXPECT_EQ(report().front(), "a curve 100000");
+    void* old = block;
+    EXPECT_EQ(MVReallocateBlock(uint64_t{1} << 40, &block), U_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(block, old);
+    EXPECT_EQ(MVFreeBlock(block), 0);
+    EXPECT_NE(report().front(), "a curve 100000");
+    for (const uint64_t size : {uint64_t{1} << 31, ~uint64_t{0}}) {
+        EXPECT_EQ(MVAllocateBlock(size, "too much", &block), U_Err_OUT_OF_MEMORY);
+        EXPECT_EQ(block, nullptr);
+    }
+}
+
+TEST_F(Runtime, TellsOfBlocksThatNobodyFreed)
+{
+    void* block = nullptr;
+    ASSERT_EQ(MVAllocateBlock(24, "a curve", &block), 0);
+    ASSERT_EQ(MVTerm(), 0);
+    EXPECT_EQ(sentences, Lines{"a block of 24 bytes was never freed: a curve"});
+    sentences.clear();
+    EXPECT_EQ(MVFreeBlock(block), 0) << "it outlives the runtime";
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
+TEST_F(Runtime, KeepsPropertiesInTheirOrder)
+{
+    MVPropertyList* list = nullptr;
+    ASSERT_EQ(MVAllocatePropertyList(&list), 0);
+    EXPECT_EQ(MVAddProperty(list, 1, 2, 0, "abc", 4), 0);
+    EXPECT_EQ(MVAddProperty(list, 1, 2, 1, nullptr, 0), 0);
+    EXPECT_EQ(MVAddProperty(list, 1, 2, 0, "abc", 4), MV_Err_PARAMETER) << "it is there";
+    EXPECT_EQ(MVAddProperty(list, 1, 3, 0, nullptr, 4), MV_Err_PARAMETER);
+    const MVProperty* property = nullptr;
+    ASSERT_EQ(MVFindProperty(list, 1, 2, 0, &property), 0);
+    EXPECT_STREQ(static_cast<const char*>(property->data), "abc");
+    ASSERT_EQ(MVNextProperty(list, property, &property), 0);
+    EXPECT_EQ(property->id, 1);
+    ASSERT_EQ(MVNextProperty(list, property, &property), 0);
+    EXPECT_EQ(property, nullptr);
+    EXPECT_EQ(MVFindProperty(list, 2, 2, 0, &property), 0);
+    EXPECT_EQ(property, nullptr);
+
+    MVPlugin* plugin = nullptr;
+    ASSERT_EQ(MVAddPlugin(nullptr, nullptr, list, "Grain", nullptr, nullptr, &plugin), 0);
+    EXPECT_EQ(MVFindPluginProperty(plugin, 1, 2, 1, &property), 0);
+    EXPECT_EQ(MVFindPluginProperty(plugin, 1, 9, 1, &property), MV_Err_NO_PROPERTY);
+}
+
+TEST_F(Runtime, ListsEachFileOnce)
+{
+    MVFileSpec *first = nullptr, *second = nullptr, *file = nullptr;
+    ASSERT_EQ(MVAddFile(nullptr, "a/grain.so", &first), 0);
+    ASSERT_EQ(MVAddFile(nullptr, "a/.hidden", &second), 0);
+    ASSERT_EQ(MVAddFile(nullptr, "a/grain.so", &file), 0);
+    EXPECT_EQ(file, first);
+    EXPECT_EQ(MVSetFileReason(first, "too short"), 0);
+    EXPECT_EQ(sentences, Lines{"a/grain.so: too short"});
+    const char* reason = nullptr;
+    EXPECT_EQ(MVGetFileReason(first, &reason), 0);
+    EXPECT_STREQ(reason, "too short");
+    EXPECT_EQ(MVSetFileReason(first, nullptr), 0);
+    EXPECT_EQ(MVGetFileReason(first, &reason), 0);
+    EXPECT_STREQ(reason, "");
+    ASSERT_EQ(MVNextFile(nullptr, first, &file), 0);
+    EXPECT_EQ(file, second);
+
+    for (const auto& [path, name] : {std::pair{first, "grain"}, {second, ".hidden"}}) {
+        MVPlugin* plugin = nullptr;
+        ASSERT_EQ(MVAddPlugin(nullptr, path, nullptr, nullptr, nullptr, nullptr, &plugin), 0);
+        EXPECT_STREQ(plugin->name, name);
+    }
+}
+
+TEST_F(Runtime, FindsPluginsAndAdaptersByName)
+{
+    MVPlugin *plugin = Add("Grain"), *found = nullptr;
+    EXPECT_EQ(MVSetPluginName(plugin, "Noise"), 0);
+    EXPECT_EQ(MVGetNamedPlugin(nullptr, "Noise", &found), 0);
+    EXPECT_EQ(found, plugin);
+    EXPECT_EQ(MVGetNamedPlugin(nullptr, "Grain", &found), 0);
+    EXPECT_EQ(found, nullptr);
+    MVAdapter* adapter = AddAdapter("Text");
+    MVAdapter* byName = nullptr;
+    EXPECT_EQ(MVFindAdapter("Text", &byName), 0);
+    EXPECT_EQ(byName, adapter);
+    EXPECT_EQ(MVAddAdapter(nullptr, MV_BUILT_IN_ADAPTER, 1, 0, nullptr, nullptr), MV_Err_PARAMETER);
+    EXPECT_EQ(MVNextAdapter(adapter, &byName), 0);
+    EXPECT_STREQ(byName->name, "Marsh Vetch 2 Adapter");
+}
+
+TEST_F(Runtime, KeepsListsOfTheHosts)
+{
+    MVPluginList* list = nullptr;
+    ASSERT_EQ(MVAllocatePluginList(nullptr, &list), 0);
+    Err inside = 0;
+    MVPlugin* plugin = Add(
+        "Grain",
+        [&](const Call& call) {
+            if (call.Is("Work")) inside = MVFreePluginList(list);
+            return 0;
+        },
+        kPlain, list);
+    ASSERT_EQ(Send(plugin, "Work"), 0);
+    EXPECT_EQ(inside, MV_Err_IN_ACCESS_CALL);
+    MVAdapter* adapter = nullptr;
+    MVAddAdapter(plugin, "Text", 1, 0, nullptr, &adapter);
+    MVPluginListIterator* iterator = nullptr;
+    ASSERT_EQ(MVNewPluginListIterator(list, &iterator), 0);
+    MVPlugin* walked = nullptr;
+    EXPECT_EQ(MVNextPlugin(iterator, &walked), 0);
+    EXPECT_EQ(walked, plugin);
+    EXPECT_EQ(MVNextPlugin(iterator, &walked), 0);
+    EXPECT_EQ(walked, nullptr);
+    EXPECT_EQ(MVDeletePluginListIterator(iterator), 0);
+    EXPECT_EQ(MVFreePluginList(list), 0);
+    EXPECT_EQ(log.back(), "Grain Unload 0");
+    EXPECT_EQ(adapter->host, nullptr);
+    EXPECT_EQ(MVFreePluginList(g_mvRuntime->plugins), MV_Err_PARAMETER);
+}
+
+// --- Begin and end -----------------------------------------------------------------------------------------
+
+TEST_F(Runtime, EndsWithoutAWordOfRefusal)
+{
+    MVAdapter* adapter = AddAdapter("Text");
+    MVPlugin* served = AddServed(adapter, "Poem", [](const Call& call) { return call.Is("Unload") ? 1 : 0; });
+    Err inside = 0;
+    MVPlugin* plugin = Add("Grain", [&](const Call& call) {
+        if (call.Is("Work")) inside = MVTerm();
+        return call.Is("Unload") ? Send(served, "Wake") : 0;
+    });
+    ASSERT_EQ(Send(served, "Work"), 0);
+    ASSERT_EQ(Send(plugin, "Work"), 0);
+    EXPECT_EQ(inside, MV_Err_IN_ACCESS_CALL);
+    EXPECT_EQ(MVInit(nullptr, nullptr, nullptr), MV_Err_PARAMETER);
+    log.clear();
+    sentences.clear();
+    ASSERT_EQ(MVTerm(), 0);
+    EXPECT_EQ(Took("Unload 3"), (Lines{"Poem", "Text", "Grain"}));
+    EXPECT_EQ(Took("Dispose info"), Lines{"Text"});
+    EXPECT_EQ(sentences, Lines{});
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
+// Every public function without a runtime, and with null: a code, and nothing else.
+TEST_F(Runtime, AnswersWithoutARuntime)
+{
+    MVPlugin* plugin = Add("Grain");
+    MVAccess* access = nullptr;
+    ASSERT_EQ(MVTerm(), 0);
+    EXPECT_EQ(MVTerm(), MV_Err_PARAMETER);
+    const void* procs = &procs;
+    const char* text = nullptr;
+    MVAdapter* adapter = nullptr;
+    MVPluginList* list = nullptr;
+    int32_t answer = 0;
+    EXPECT_EQ(MVAcquireSuite(nullptr, "Paint", 1, 0, &procs), MV_Err_SUITE_NOT_FOUND);
+    EXPECT_EQ(procs, nullptr);
+    EXPECT_EQ(MVReleaseSuite(nullptr, "Paint", 1, 0), MV_Err_SUITE_NOT_FOUND);
+    EXPECT_EQ(MVAddSuite(nullptr, nullptr, "Paint", 1, 1, "", nullptr), MV_Err_SUITE_NOT_FOUND);
+    const Err codes[] = {MVStartupPlugins(),
+                         MVShutdownPlugins(),
+                         MVFlushCaches(nullptr, nullptr),
+                         MVSendMessage(plugin, "a", "b", nullptr, &answer),
+                         MVAcquirePlugin(plugin, &access),
+                         MVMakeWString(nullptr, "a", &text),
+                         MVFindAdapter("a", &adapter),
+                         MVAllocatePluginList(nullptr, &list),
+                         MVStartupExport(nullptr, "a", 1, &answer),
+                         MVGetPluginListCount(nullptr, &answer),
+                         MVGetNamedPlugin(nullptr, "a", &plugin),
+                         MVAddPluginFolder(nullptr, "a"),
+                         MVSetCurrentPlugin(nullptr),
+                         MVGetPluginName(nullptr, &text),
+                         MVGetSuiteName(nullptr, &text),
+                         MVSetPluginBroken(nullptr, 1),
+                         MVReleasePlugin(nullptr)};
+    for (const Err code : codes) EXPECT_EQ(code, MV_Err_PARAMETER) << &code - codes;
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
+TEST_F(Runtime, MayPoolItsStringsWithTheHost)
+{
+    ASSERT_EQ(MVTerm(), 0);
+    using Pool = std::set<std::string>;
+    MVHostProcs procs = {};
+    procs.size = offsetof(MVHostProcs, filterEvent);  // an older host: knows no procs behind these
+    procs.allocateStringPool = [](void*) -> void* { return new Pool; };
+    procs.freeStringPool = [](void* alive, void* pool) {
+        delete static_cast<Pool*>(pool);
+        --*static_cast<int*>(alive);
+    };
+    procs.makeWString = [](void*, void* pool, const char* text) {
+        return text[0] == '!' ? nullptr : static_cast<Pool*>(pool)->insert(text).first->c_str();
+    };
+    procs.filterEvent = [](void*, int32_t, const void*) { return 0; };
+    int alive = 1;
+    ASSERT_EQ(MVInit(&procs, &alive, nullptr), 0);
+    const char *first = nullptr, *second = nullptr;
+    EXPECT_EQ(MVMakeWString(nullptr, "Paint", &first) | MVMakeWString(nullptr, "Paint", &second), 0);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(MVMakeWString(nullptr, "!", &first), U_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(MVStartupPlugins(), 0) << "the default of filterEvent";
+    ASSERT_EQ(MVTerm(), 0);
+    EXPECT_EQ(alive, 0);
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
+TEST_F(Runtime, SurvivesEveryFailedAllocation)
+{
+    ASSERT_EQ(MVTerm(), 0);
+    qltest::EveryAllocationFails([this] {
+        Forget();  // reports of failures are recorded, and that is no leak
+        if (MVInit(nullptr, nullptr, "folder") != 0) return false;
+        MVPropertyList* properties = nullptr;
+        MVPlugin* plugin = nullptr;
+        MVFileSpec* file = nullptr;
+        int32_t result = 0;
+        bool ok =
+            MVAllocatePropertyList(&properties) == 0 && MVAddProperty(properties, 1, 2, 3, "data", 4) == 0;
+        if (!ok || MVAddHostPlugin(
+                       nullptr, [](const char*, const char*, void*) { return 0; }, nullptr, "Grain",
+                       properties, &plugin) != 0) {
+            if (properties) MVFreePropertyList(properties);
+            ok = false;
+        }
+        ok = ok && MVAddFile(nullptr, "folder/grain.so", &file) == 0 &&
+             MVSetFileReason(file, "a reason of some length") == 0;
+        ok = ok && MVAddAdapter(plugin, "Text", 1, 0, nullptr, nullptr) == 0;
+        ok = ok && MVAddPlugin(nullptr, file, nullptr, nullptr, nullptr, nullptr, nullptr) == 0;
+        ok = ok && MVSendMessage(plugin, "Test", "Work", nullptr, &result) == 0;
+        return MVTerm() == 0 && ok;
+    });
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
+}  // namespace

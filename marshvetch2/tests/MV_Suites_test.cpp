@@ -1,0 +1,296 @@
+#include "MVSuites.h"
+
+#include "FailingAllocator.h"
+#include "Stage.h"
+
+namespace {
+
+const int kFirst = 1, kSecond = 2;  // stand for tables of functions
+
+class Suites : public Stage {
+  public:
+    static Err AddSuite(MVPlugin* host, const char* name, int32_t api, int32_t internal, const void* procs)
+    {
+        return MVAddSuite(nullptr, host, name, api, internal, procs, nullptr);
+    }
+
+    // Acquires internal version 0, the newest, of API version 1.
+    Err Acquire(const char* name, int32_t api = 1) { return MVAcquireSuite(nullptr, name, api, 0, &procs); }
+    static Err Release(const char* name) { return MVReleaseSuite(nullptr, name, 1, 0); }
+
+    static MVSuite* Find(const char* name)
+    {
+        MVSuite* suite = nullptr;
+        MVFindSuite(nullptr, name, 1, 0, &suite);
+        return suite;
+    }
+
+    const void* procs = nullptr;
+};
+
+// --- Names and versions ------------------------------------------------------------------------------------
+
+TEST_F(Suites, MatchNameAndApiVersionExactly)
+{
+    constexpr struct {
+        const char* name;
+        int32_t api, internal;
+    } kAdded[] = {{"Paint", 1, 3}, {"Paint", 1, 7},  {"Paint", 1, 5},
+                  {"Paint", 4, 2}, {"Paint", 4, -2}, {"Zap", 2, -9}};
+    for (const auto& one : kAdded) ASSERT_EQ(AddSuite(nullptr, one.name, one.api, one.internal, &one), 0);
+    constexpr struct {
+        const char* name;
+        int32_t api, internal;
+        int found;  // which of those added; -1 for none
+    } kRows[] = {{"Paint", 1, 0, 1},  {"Paint", 1, 3, 0},  {"Paint", 1, 5, 2},  {"Paint", 1, 4, -1},
+                 {"Paint", 4, 0, 3},  {"Paint", 4, -2, 4}, {"Paint", 2, 0, -1}, {"Paint", 3, 0, -1},
+                 {"Paint", 5, 0, -1}, {"Paint", 0, 0, -1}, {"Zap", 1, 0, -1},   {"Zap", 2, 0, 5},
+                 {"Pain", 1, 0, -1},  {"paint", 1, 0, -1}, {"", 1, 0, -1}};
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(std::string(row.name) + ' ' + std::to_string(row.api) + ' ' +
+                     std::to_string(row.internal));
+        const std::string name = row.name;  // another address than the one it was added with
+        const void* wanted = row.found < 0 ? nullptr : &kAdded[row.found];
+        EXPECT_EQ(MVAcquireSuite(nullptr, name.c_str(), row.api, row.internal, &procs),
+                  wanted ? 0 : MV_Err_SUITE_NOT_FOUND);
+        EXPECT_EQ(procs, wanted);
+    }
+}
+
+TEST_F(Suites, RefuseWhatCannotBeAdded)
+{
+    MVSuite* suite = nullptr;
+    ASSERT_EQ(MVAddSuite(nullptr, nullptr, "Paint", 1, 2, &kFirst, &suite), 0);
+    const size_t count = g_mvRuntime->suites->suites.size();
+    const struct {
+        const char* name;
+        int32_t internal;
+        const void* procs;
+        Err code;
+    } rows[] = {{"Paint", 0, &kFirst, MV_Err_SUITE_VERSION},
+                {"Paint", 2, &kSecond, MV_Err_SUITE_EXISTS},
+                {"Paint", 2, nullptr, MV_Err_SUITE_EXISTS},
+                {nullptr, 1, &kFirst, MV_Err_PARAMETER}};
+    for (const auto& row : rows) {
+        MVSuite* added = suite;
+        EXPECT_EQ(MVAddSuite(nullptr, nullptr, row.name, 1, row.internal, row.procs, &added), row.code);
+        EXPECT_EQ(added, nullptr);
+    }
+    EXPECT_EQ(g_mvRuntime->suites->suites.size(), count);
+    EXPECT_EQ(thrown, std::vector<Err>{MV_Err_SUITE_VERSION}) << "the others are only returned";
+    EXPECT_EQ(MVAcquireSuite(nullptr, "Paint", 1, 2, nullptr), MV_Err_PARAMETER);
+}
+
+TEST_F(Suites, KeepOneEntryForAnAnnouncement)
+{
+    const size_t count = g_mvRuntime->suites->suites.size();
+    EXPECT_EQ(AddSuite(nullptr, "Paint", 1, 1, nullptr), 0);
+    EXPECT_EQ(AddSuite(nullptr, "Paint", 1, 1, nullptr), 0);
+    EXPECT_EQ(Acquire("Paint"), MV_Err_SUITE_NOT_FOUND) << "nobody is there to be started";
+    EXPECT_EQ(thrown, std::vector<Err>{MV_Err_SUITE_NOT_FOUND});
+    MVPlugin* plugin = Add("Painter");
+    EXPECT_EQ(AddSuite(plugin, "Paint", 1, 1, &kFirst), 0);
+    EXPECT_EQ(AddSuite(plugin, "Paint", 1, 1, &kFirst), MV_Err_SUITE_EXISTS);
+    EXPECT_EQ(g_mvRuntime->suites->suites.size(), count + 1);
+    MVPlugin* host = nullptr;
+    MVGetSuiteHost(Find("Paint"), &host);
+    EXPECT_EQ(host, plugin);
+}
+
+TEST_F(Suites, NoteASearchOnceAndTellWhenItIsMet)
+{
+    const auto available = [] {
+        int32_t answer = -1;
+        MVGetPluginListNeededSuiteAvailable(nullptr, &answer);
+        return answer;
+    };
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(Find("Paint"), nullptr);
+    MVSuite* suite = nullptr;
+    MVFindSuite(nullptr, "Paint", 1, 8, &suite);
+    ASSERT_NE(g_mvRuntime->suites->searches, nullptr);
+    EXPECT_EQ(g_mvRuntime->suites->searches->next, nullptr);
+    AddSuite(nullptr, "Paint", 2, 1, &kFirst);
+    EXPECT_EQ(available(), 0) << "another API version";
+    AddSuite(nullptr, "Paint", 1, 1, nullptr);
+    EXPECT_EQ(available(), 1);
+    EXPECT_EQ(available(), 0) << "reading clears";
+    AddSuite(nullptr, "Paint", 1, 1, nullptr);
+    EXPECT_EQ(available(), 0) << "nothing came";
+    AddSuite(nullptr, "Paint", 1, 1, &kFirst);
+    EXPECT_EQ(available(), 1) << "it got its functions";
+}
+
+// --- Plug-ins that publish ---------------------------------------------------------------------------------
+
+TEST_F(Suites, HoldTheirPluginWhileAcquired)
+{
+    MVPlugin* plugin = Add("Painter");
+    AddSuite(plugin, "Paint", 1, 1, &kFirst);
+    const struct {
+        bool acquire;
+        Err code;
+        int32_t suiteCount, pluginCount;
+    } steps[] = {{true, 0, 1, 1},
+                 {true, 0, 2, 1},
+                 {false, 0, 1, 1},
+                 {false, 0, 0, 0},
+                 {false, MV_Err_SUITE_RELEASED, 0, 0},
+                 {true, 0, 1, 1}};
+    for (const auto& step : steps) {
+        EXPECT_EQ(step.acquire ? Acquire("Paint") : Release("Paint"), step.code);
+        int32_t count = -1;
+        MVGetSuiteAcquireCount(Find("Paint"), &count);
+        EXPECT_EQ(count, step.suiteCount);
+        EXPECT_EQ(CountOf(plugin), step.pluginCount);
+    }
+    EXPECT_EQ(thrown, std::vector<Err>{MV_Err_SUITE_RELEASED});
+    EXPECT_EQ(log, Lines{"Painter Reload 0"});
+    EXPECT_EQ(Release("Brush"), MV_Err_SUITE_NOT_FOUND);
+}
+
+TEST_F(Suites, WakeThePluginThatAnnouncedThem)
+{
+    const auto publish = [](const Call& call) {
+        return call.Is("Startup") ? AddSuite(call.Data().self, "Paint", 1, 1, &kFirst) : 0;
+    };
+    AddSuite(Add("Painter", publish), "Paint", 1, 1, nullptr);
+    EXPECT_EQ(Acquire("Paint"), 0);
+    EXPECT_EQ(procs, &kFirst);
+    EXPECT_EQ(log, (Lines{"starts Painter", "Painter Reload 1", "Painter Startup"}));
+
+    MVPlugin* idle = Add("Idler");
+    AddSuite(idle, "Sleep", 1, 1, nullptr);
+    EXPECT_EQ(Acquire("Sleep"), MV_Err_SUITE_EMPTY);
+    EXPECT_EQ(Acquire("Sleep"), MV_Err_SUITE_EMPTY);
+    EXPECT_EQ(procs, nullptr);
+    EXPECT_EQ(Took("Startup"), (Lines{"Painter", "Idler"})) << "it had its chance";
+}
+
+TEST_F(Suites, PassOnWhyTheirPluginDoesNotLoad)
+{
+    MVPlugin* plugin = Add("Painter", [](const Call& call) { return call.Is("Reload") ? 77 : 0; });
+    AddSuite(plugin, "Paint", 1, 1, &kFirst);
+    procs = &kSecond;
+    EXPECT_EQ(Acquire("Paint"), 77);
+    EXPECT_EQ(procs, nullptr);
+    EXPECT_EQ(Find("Paint")->acquireCount, 0);
+    EXPECT_EQ(thrown, std::vector<Err>{77});
+}
+
+TEST_F(Suites, HoldOnceWhenAcquiredWhileLoading)
+{
+    MVPlugin* plugin =
+        Add("Painter", [this](const Call& call) { return call.Is("Reload") ? Acquire("Paint") : 0; });
+    AddSuite(plugin, "Paint", 1, 1, &kFirst);
+    EXPECT_EQ(Acquire("Paint"), 0);
+    EXPECT_EQ(Find("Paint")->acquireCount, 2);
+    EXPECT_EQ(CountOf(plugin), 1);
+}
+
+TEST_F(Suites, SurviveAFlushThatTakesTheCodeAway)
+{
+    MVPlugin* plugin = AddServed(AddAdapter("Adapter"), "Painter");
+    AddSuite(plugin, "Paint", 1, 1, &kFirst);
+    ASSERT_EQ(Acquire("Paint"), 0);
+    int32_t flushed = 0;
+    EXPECT_EQ(MVFlushAccesses(nullptr, &flushed, MV_Dispose_LEAVING), 0);
+    EXPECT_EQ(flushed, 1);
+    EXPECT_EQ(Find("Paint")->access, nullptr);
+    EXPECT_EQ(Acquire("Paint"), 0) << "loads it again";
+    EXPECT_EQ(CountOf(plugin), 1);
+    EXPECT_EQ(Release("Paint"), 0);
+    EXPECT_EQ(Release("Paint"), 0);
+    EXPECT_EQ(CountOf(plugin), 0);
+}
+
+// --- Through a V1 adapter ----------------------------------------------------------------------------------
+
+TEST_F(Suites, AskAV1Adapter)
+{
+    struct Answer {
+        int32_t found;
+        const void* procs;
+        int result;
+        Err code;
+    };
+    constexpr int kOwn = 55;
+    const Answer answers[] = {{0, nullptr, 0, MV_Err_SUITE_NOT_FOUND},
+                              {1, nullptr, 0, MV_Err_SUITE_EMPTY},
+                              {0, nullptr, kOwn, kOwn},
+                              {1, &kFirst, kOwn, kOwn},
+                              {1, nullptr, 0, 0},  // it has them from the answer before
+                              {1, &kSecond, 0, 0}};
+    const Answer* answer = answers;
+    MVAdapter* adapter = AddAdapter("Old", MV_Adapter_V1, [&](const Call& call) {
+        if (!call.Is("Acquire Suite")) return 0;
+        auto& message = call.As<MVAdapterSuiteMessage>();
+        EXPECT_TRUE(message.adapter && message.plugin && message.list && message.suite);
+        message.found = answer->found;
+        message.procs = answer->procs;
+        return answer->result;
+    });
+    AddSuite(AddServed(adapter, "Painter"), "Paint", 1, 1, nullptr);
+    for (; answer != std::end(answers); ++answer) {
+        SCOPED_TRACE(answer - answers);
+        EXPECT_EQ(Acquire("Paint"), answer->code);
+        EXPECT_EQ(procs != nullptr, answer->code == 0);
+    }
+    EXPECT_EQ(procs, &kSecond);
+    EXPECT_EQ(Release("Paint"), 0);
+    EXPECT_EQ(Release("Paint"), 0);
+    EXPECT_EQ(Release("Paint"), MV_Err_SUITE_RELEASED);
+    EXPECT_EQ(Took("Release Suite").size(), 2u);
+    EXPECT_EQ(Took("Startup"), Lines{}) << "its plug-ins are not messaged";
+}
+
+// --- Lists -------------------------------------------------------------------------------------------------
+
+TEST_F(Suites, CanBeWalkedAndRead)
+{
+    MVSuiteList* list = nullptr;
+    ASSERT_EQ(MVAllocateSuiteList(nullptr, nullptr, &list), 0);
+    MVPlugin* plugin = Add("Painter");
+    ASSERT_EQ(MVAddSuite(list, plugin, "Paint", 3, 9, &kFirst, nullptr), 0);
+    MVSuiteListIterator* iterator = nullptr;
+    ASSERT_EQ(MVNewSuiteListIterator(list, &iterator), 0);
+    MVSuite* suite = nullptr;
+    ASSERT_EQ(MVNextSuite(iterator, &suite), 0);
+    const char* name = nullptr;
+    int32_t api = 0, internal = 0;
+    EXPECT_EQ(MVGetSuiteName(suite, &name) | MVGetSuiteAPIVersion(suite, &api), 0);
+    EXPECT_EQ(MVGetSuiteInternalVersion(suite, &internal) | MVGetSuiteProcs(suite, &procs), 0);
+    EXPECT_STREQ(name, "Paint");
+    EXPECT_EQ(api, 3);
+    EXPECT_EQ(internal, 9);
+    EXPECT_EQ(procs, &kFirst);
+    EXPECT_EQ(MVNextSuite(iterator, &suite), 0);
+    EXPECT_EQ(suite, nullptr);
+    EXPECT_EQ(MVDeleteSuiteListIterator(iterator), 0);
+
+    ASSERT_EQ(MVAcquireSuite(list, "Paint", 3, 0, &procs), 0);
+    EXPECT_EQ(MVFreeSuiteList(list), 0);
+    EXPECT_EQ(CountOf(plugin), 0) << "what the list held is released";
+    EXPECT_EQ(MVFreeSuiteList(g_mvRuntime->suites), MV_Err_PARAMETER);
+}
+
+TEST_F(Suites, SurviveEveryFailedAllocation)
+{
+    MVPlugin* plugin = Add("Painter");
+    Acquire("Paint");  // noted here, so that the scenario starts from one state
+    qltest::EveryAllocationFails([&] {
+        Forget();
+        MVSuiteList* list = nullptr;
+        if (MVAllocateSuiteList(nullptr, nullptr, &list) != 0 || !list) return false;
+        MVSuite* suite = nullptr;
+        bool ok = MVAddSuite(list, plugin, "Paint", 1, 1, &kFirst, &suite) == 0;
+        ok = ok == (suite != nullptr) && ok;
+        MVSuite* missing = nullptr;
+        ok = ok && MVFindSuite(list, "Brush", 1, 1, &missing) == 0 && list->searches;
+        ok = ok && MVAcquireSuite(list, "Paint", 1, 0, &procs) == 0;
+        MVFreeSuiteList(list);
+        MVFlushCaches(nullptr, nullptr);
+        return ok;
+    });
+}
+
+}  // namespace
