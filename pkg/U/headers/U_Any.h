@@ -126,7 +126,11 @@ class U_EXPORT U_Any {
     /// its text does.
     ///
     /// throws  for a mixed value, or a holder that does not fit the type
-    long long GetAs_int() const;
+    long long GetAs_int() const
+    {
+        const auto* held = m_type == Type_INT && !m_mixed ? boost::any_cast<long long>(&m_value) : nullptr;
+        return held ? *held : FindAs_int();  // nearly every integer is held so
+    }
     int32_t GetAs_Enum() const;  ///< the low 32 bits
     bool GetAs_bool() const;     ///< not 0
     double GetAs_double() const;
@@ -157,6 +161,7 @@ class U_EXPORT U_Any {
     void construct(bool mixed);
     void construct_string();
     void ThrowIfMixed() const;
+    long long FindAs_int() const;
     static TypeEnum InferType(const boost::any& value);
     const char* MagicWord() const;
 

@@ -355,9 +355,9 @@ class U_EXPORT U_AnyTreeWrapper {
     Tree& ChildNode(const U_UTF16String& key) const;
     const U_Any& ChildValue(const U_UTF16String& key) const;
 
-    enum class Content { kValue, kTree };
-    void PutContent(const U_UTF16String& key, Tree& content, Content kind);
-    void PutParsed(const U_UTF16String& key, Tree& content, Content kind, bool inArray);
+    Tree& MakePath(const U_UTF16String& key);
+    void PutTree(const U_UTF16String& key, Tree& content);
+    void PutValue(const U_UTF16String& key, U_Any& value);
     void SetFrom_JSON_p(JSONText& text, bool inArray, int depth);
     void ReadWhole(const U_UTF16String& text);
 

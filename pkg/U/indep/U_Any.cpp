@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <optional>
 #include <tuple>
+#include <type_traits>
 
 #include "U_AnyTree.h"
 #include "U_String.h"
@@ -92,10 +93,10 @@ U_UTF16String Widen(std::string_view ascii)
 }
 
 template <class... Integer>
-std::optional<long long> HeldAmong(const boost::any& value, std::tuple<Integer...>*)
+std::optional<long long> FindAmong(const boost::any& value, std::type_identity<std::tuple<Integer...>>)
 {
     std::optional<long long> found;
-    const auto look = [&]<class One>(const One* held) {
+    const auto look = [&](const auto* held) {
         if (held) found = static_cast<long long>(*held);
         return held != nullptr;
     };
@@ -103,13 +104,12 @@ std::optional<long long> HeldAmong(const boost::any& value, std::tuple<Integer..
     return found;
 }
 
-// The likely ones first.
-using Integers = std::tuple<long long, int, long, unsigned int, unsigned long, unsigned long long, short,
-                            unsigned short, signed char, unsigned char, char>;
-
 std::optional<long long> FindInteger(const boost::any& value)
 {
-    return HeldAmong(value, static_cast<Integers*>(nullptr));
+    using Others = std::tuple<int, long, unsigned int, unsigned long, unsigned long long, short,
+                              unsigned short, signed char, unsigned char, char>;
+    if (const auto* held = Up_Held<long long>(value)) return *held;
+    return FindAmong(value, std::type_identity<Others>());
 }
 
 std::optional<double> FindDouble(const boost::any& value)
@@ -311,7 +311,7 @@ std::string U_Any::GetAs_MBStr() const
     return m_type == Type_MBSTRING ? HeldOrThrow<std::string>(m_value) : UTF16toMBString(GetAs_Str());
 }
 
-long long U_Any::GetAs_int() const
+long long U_Any::FindAs_int() const
 {
     ThrowIfMixed();
     switch (m_type) {

@@ -45,17 +45,22 @@ U_UTF16String U_Any::GetAs_JSON() const
     }
 }
 
+std::optional<UTF16View> Up_PlainContent(UTF16View token)
+{
+    if (token.size() < 2 || token.front() != '"' || token.back() != '"') return std::nullopt;
+    const UTF16View content = token.substr(1, token.size() - 2);
+    return zvkcore::serialization::IsPlainRun(content) ? std::optional(content) : std::nullopt;
+}
+
+U_Any Up_AnyFromToken(UTF16View token)
+{
+    if (const auto content = Up_PlainContent(token)) return U_Any(U_UTF16String(*content));
+    const auto parsed = zvkcore::serialization::JSONParse(U_UTF16String(token));
+    if (!parsed) throw boost::bad_any_cast();
+    return U_Any(boost::any_cast<const U_UTF8String&>(*parsed));
+}
+
 void U_Any::SetFrom_JSON(const U_UTF16String& text)
 {
-    const UTF16View token{text};
-    if (token.size() >= 2 && token.front() == '"' && token.back() == '"') {
-        const UTF16View content = token.substr(1, token.size() - 2);
-        if (zvkcore::serialization::IsPlainRun(content)) {
-            *this = U_Any(U_UTF16String(content));
-            return;
-        }
-    }
-    const auto parsed = zvkcore::serialization::JSONParse(text);
-    if (!parsed) throw boost::bad_any_cast();
-    *this = U_Any(boost::any_cast<const U_UTF8String&>(*parsed));
+    *this = Up_AnyFromToken(text);
 }

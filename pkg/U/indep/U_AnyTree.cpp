@@ -38,14 +38,19 @@ std::vector<U_UTF16String> Split(const U_UTF16String& key, unsigned short separa
 
 }  // namespace
 
+// A child is made in place from its parts: `push_back` would copy a node, with the allocations of an empty one.
+static Up_Tree& Append(Up_Tree& parent, const U_UTF16String& key, const U_Any& value)
+{
+    const std::pair<const U_UTF16String&, const U_Any&> child{key, value};
+    parent.insert(parent.end(), &child, &child + 1);
+    return parent.back().second;
+}
+
 Up_Tree& Up_AppendChild(Up_Tree& parent, const U_UTF16String& key)
 {
-    // Made in place from its parts: `push_back` copies a node, with the allocations of an empty one.
-    const U_Any null;
-    const std::pair<const U_UTF16String&, const U_Any&> child{key, null};
-    parent.insert(parent.end(), &child, &child + 1);
+    Up_Tree& child = Append(parent, key, U_Any());
     if (parent.data().GetType() == U_Any::Type_NULL) Up_MarkAsTree(parent);
-    return parent.back().second;
+    return child;
 }
 
 Up_Tree& Up_ReplaceChild(Up_Tree& parent, const U_UTF16String& key)
@@ -57,6 +62,15 @@ Up_Tree& Up_ReplaceChild(Up_Tree& parent, const U_UTF16String& key)
     for (auto [at, end] = parent.equal_range(key); std::next(at) != end;)
         parent.erase(parent.to_iterator(at++));
     return child;
+}
+
+// Node by node in their order: the property tree's own copy sorts what is sorted already.
+void Up_CopyChildren(const Up_Tree& from, Up_Tree& to)
+{
+    for (const auto& [key, node] : from) {
+        Up_Tree& copy = Append(to, key, node.data());
+        if (!node.empty()) Up_CopyChildren(node, copy);
+    }
 }
 
 void Up_MarkAsTree(Up_Tree& node)
@@ -80,9 +94,10 @@ U_AnyTreeKey::U_AnyTreeKey(const char* key) : m_made(U_MBToUTF16String(key)), m_
 
 U_AnyTreeWrapper::U_AnyTreeWrapper() : m_tree(new Tree), m_owns(true) {}
 
-U_AnyTreeWrapper::U_AnyTreeWrapper(const U_AnyTreeWrapper& other)
-    : m_tree(new Tree(*other.m_tree)), m_owns(true)
+U_AnyTreeWrapper::U_AnyTreeWrapper(const U_AnyTreeWrapper& other) : U_AnyTreeWrapper()
 {
+    m_tree->data() = other.m_tree->data();
+    Up_CopyChildren(*other.m_tree, *m_tree);
 }
 
 U_AnyTreeWrapper::U_AnyTreeWrapper(U_AnyTreeWrapper&& other) noexcept
@@ -227,13 +242,9 @@ U_AnyTreeWrapper::Keys U_AnyTreeWrapper::split_and_reverse_p(const U_UTF16String
 
 // --- Writing ----------------------------------------------------------------------------------------------------
 
-// `content` is swapped into its place, after everything that can fail.
-void U_AnyTreeWrapper::PutContent(const U_UTF16String& key, Tree& content, Content kind)
+// The node at the end of a path; what is missing is made. With less memory than that, nothing is.
+U_AnyTreeWrapper::Tree& U_AnyTreeWrapper::MakePath(const U_UTF16String& key)
 {
-    if (key.find(kSeparator) == U_UTF16String::npos) {
-        Up_ReplaceChild(*m_tree, key).swap(content);
-        return;
-    }
     const Keys steps = Split(key, kSeparator);
     if (steps.size() > kMaxDepth) throw boost::bad_any_cast();
     Tree* node = m_tree;
@@ -243,31 +254,43 @@ void U_AnyTreeWrapper::PutContent(const U_UTF16String& key, Tree& content, Conte
         if (!child) break;
         node = const_cast<Tree*>(child);
     }
-    if (step == steps.end()) {
-        if (kind == Content::kTree) return node->swap(content);
-        return std::swap(node->data(), content.data());
+    if (step == steps.end()) return *node;
+
+    Tree missing;
+    Tree* last = nullptr;
+    for (auto below = std::next(step); below != steps.end(); ++below) {
+        last = &Up_AppendChild(last ? *last : missing, *below);
     }
-    // What is missing is made from its end, so that it comes into the tree whole or not at all.
-    for (auto last = std::prev(steps.end()); last != step; --last) {
-        Tree parent;
-        Up_AppendChild(parent, *last).swap(content);
-        parent.swap(content);
-    }
-    Up_AppendChild(*node, *step).swap(content);
+    Tree& made = Up_AppendChild(*node, *step);
+    made.swap(missing);
+    return last ? *last : made;
+}
+
+// Content is swapped into its place, after everything that can fail.
+void U_AnyTreeWrapper::PutTree(const U_UTF16String& key, Tree& content)
+{
+    const bool isPath = key.find(kSeparator) != U_UTF16String::npos;
+    (isPath ? MakePath(key) : Up_ReplaceChild(*m_tree, key)).swap(content);
+}
+
+void U_AnyTreeWrapper::PutValue(const U_UTF16String& key, U_Any& value)
+{
+    const bool isPath = key.find(kSeparator) != U_UTF16String::npos;
+    std::swap((isPath ? MakePath(key) : Up_ReplaceChild(*m_tree, key)).data(), value);
 }
 
 void U_AnyTreeWrapper::put(const U_AnyTreeKey& key, const U_Any& value)
 {
     if (const auto* held = Up_Held<U_AnyTreeWrapper>(value.GetBoostAny())) return put(key.str(), *held);
-    Tree content(value);
-    PutContent(key.str(), content, Content::kValue);
+    U_Any copy(value);
+    PutValue(key.str(), copy);
 }
 
 void U_AnyTreeWrapper::put(const U_AnyTreeKey& key, const U_AnyTreeWrapper& tree)
 {
-    Tree content(*tree.m_tree);
-    Up_MarkAsTree(content);
-    PutContent(key.str(), content, Content::kTree);
+    Tree copy(U_Any(U_Any::Type_TREE));
+    Up_CopyChildren(*tree.m_tree, copy);
+    PutTree(key.str(), copy);
 }
 
 void U_AnyTreeWrapper::put(const U_Any& value)
@@ -289,8 +312,8 @@ void U_AnyTreeWrapper::push_back(const U_AnyTreeKey& key, const U_Any& value)
 
 void U_AnyTreeWrapper::push_back(const U_AnyTreeKey& key, const U_AnyTreeWrapper& tree)
 {
-    Tree copy(*tree.m_tree);
-    Up_MarkAsTree(copy);
+    Tree copy(U_Any(U_Any::Type_TREE));
+    Up_CopyChildren(*tree.m_tree, copy);
     Up_AppendChild(*m_tree, key.str()).swap(copy);
 }
 
@@ -351,8 +374,8 @@ U_AnyTreeWrapper U_AnyTreeWrapper::CreateReverseMapping() const
 {
     U_AnyTreeWrapper reversed;
     for_each([&](int, const U_UTF16String& key, const U_Any& value, const U_AnyTreeWrapper&) {
-        Tree content{U_Any(key)};
-        reversed.PutContent(value.GetAs_Str(), content, Content::kValue);
+        U_Any name(key);
+        reversed.PutValue(value.GetAs_Str(), name);
         return true;
     });
     return reversed;

@@ -4,6 +4,7 @@
 // lets Boost.JSON look at the whole text first.
 #include <algorithm>
 #include <boost/json.hpp>
+#include <optional>
 #include <sstream>
 
 #include "U_AnyTree.h"
@@ -117,11 +118,12 @@ class U_AnyTreeWrapper::JSONText {
 
 namespace {
 
+// Only a key that begins with an "m" can be a magic word, or begin like one and then be none.
 U_UTF16String ParseKey(UTF16View token)
 {
-    U_Any key;
-    key.SetFrom_JSON(U_UTF16String(token));
-    return key.GetAs_Str();
+    const std::optional<UTF16View> content = Up_PlainContent(token);
+    if (content && !content->starts_with('m')) return U_UTF16String(*content);
+    return Up_AnyFromToken(token).GetAs_Str();
 }
 
 // Wanted: the first character alone decides, so "tomorrow" is true and "nothing" is null. A number goes through a string
@@ -129,11 +131,7 @@ U_UTF16String ParseKey(UTF16View token)
 U_Any ParseScalar(UTF16View token)
 {
     const unsigned short first = token.empty() ? 0 : token.front();
-    if (first == '"') {
-        U_Any text;
-        text.SetFrom_JSON(U_UTF16String(token));
-        return text;
-    }
+    if (first == '"') return Up_AnyFromToken(token);
     if (first == 't') return true;
     if (first == 'f') return false;
     if (first == 'n') return {};
@@ -184,23 +182,14 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
             U_AnyTreeWrapper child;
             child.SetFrom_JSON_p(text, opening == '[', static_cast<int>(level));
             Up_MarkAsTree(*child.m_tree);
-            PutParsed(key, *child.m_tree, Content::kTree, inArray);
+            inArray ? Up_AppendChild(*m_tree, key).swap(*child.m_tree) : PutTree(key, *child.m_tree);
         } else {
-            Tree leaf(ParseScalar(text.TakeScalar()));
-            PutParsed(key, leaf, Content::kValue, inArray);
+            U_Any value = ParseScalar(text.TakeScalar());
+            inArray ? void(Up_AppendChild(*m_tree, key).data() = std::move(value)) : PutValue(key, value);
         }
         const unsigned short last = text.Next();
         if (IsSeparator(last)) text.Drop();
         if (IsClosing(last)) return;
-    }
-}
-
-void U_AnyTreeWrapper::PutParsed(const U_UTF16String& key, Tree& content, Content kind, bool inArray)
-{
-    if (inArray) {
-        Up_AppendChild(*m_tree, key).swap(content);
-    } else {
-        PutContent(key, content, kind);
     }
 }
 

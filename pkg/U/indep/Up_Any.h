@@ -4,8 +4,9 @@
 
 #include <boost/any.hpp>
 #include <cstring>
+#include <optional>
 
-#include "U_Types.h"
+#include "U_Any.h"
 
 /// While true, the number of a mixed value is its stored zero instead of a failure. Set only during a load that asks
 /// for it, so that a load on one thread does not relax the checks on another.
@@ -25,6 +26,12 @@ const T* Up_Held(const boost::any& value)
 /// A text as a JSON string token, alone or behind another text.
 U_UTF16String EnquoteString(const U_UTF16String& text);
 void Up_AppendEnquoted(U_UTF16String& out, const U_UTF16String& text);
+
+/// What stands between the quotes of a JSON string token, if it stands for itself there.
+std::optional<zvkcore::string::UTF16View> Up_PlainContent(zvkcore::string::UTF16View token);
+
+/// What `U_Any::SetFrom_JSON` makes of a token.
+U_Any Up_AnyFromToken(zvkcore::string::UTF16View token);
 
 /// Numbers as unquoted tokens and strings hold them.
 long long Up_IntegerFromText(zvkcore::string::UTF16View text);
