@@ -11,7 +11,9 @@
 #include <boost/gil/planar_pixel_reference.hpp>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
+#include "SMSp_PixelVectors.h"
 #include "SegMatServices.h"
 
 namespace tessaly {
@@ -36,10 +38,12 @@ struct ChannelForm<Channel15> {
         return static_cast<std::uint8_t>((v * 255 + 16384) >> 15);
     }
 
-    // (b * 32768 + b * 128 + 128) >> 8 in 16 bits: b * 128.5, rounded.
+    // (b * 32768 + b * 128 + 128) >> 8 is b * 128.5, rounded. Nothing wider than 16 bits, so vectors stay narrow.
     static constexpr std::uint16_t FromByte(std::uint8_t byte)
     {
-        return static_cast<std::uint16_t>(byte * 128 + ((byte + 1) >> 1));
+        const std::uint16_t wide = byte;
+        const auto half = static_cast<std::uint16_t>(static_cast<std::uint16_t>(wide + 1) >> 1);
+        return static_cast<std::uint16_t>(static_cast<std::uint16_t>(wide << 7) + half);
     }
 
     static constexpr bool IsTheRule()
@@ -85,6 +89,14 @@ ViewChannel<View>* FirstChannel(const View& view, std::ptrdiff_t y)
 template <std::size_t Step, std::size_t Count, class Channel>
 inline void BlockToBytes(const Channel* __restrict from, std::uint8_t* __restrict to)
 {
+#if SMSP_HAS_VECTORS
+    if constexpr (Step == 1 && Count % kVector == 0 && sizeof(Channel) > 1) {
+        using Plain = std::conditional_t<sizeof(Channel) == 2, std::uint16_t, float>;
+        const auto* const plain = reinterpret_cast<const Plain*>(from);  // a channel's only member
+        for (std::size_t at = 0; at < Count; at += kVector) VectorToBytes(plain + at, to + at);
+        return;
+    }
+#endif
     for (std::size_t at = 0; at < Count; ++at) to[at] = ChannelForm<Channel>::ToByte(from[at * Step]);
 }
 

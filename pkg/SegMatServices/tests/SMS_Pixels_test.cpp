@@ -145,11 +145,18 @@ TEST(Pixels, OutOfRangeIsCut)
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const float floats[] = {-1, -kInfinity, std::numeric_limits<float>::quiet_NaN(), 1.5f, kInfinity, 3e38f};
     const uint8_t wanted[] = {0, 0, 0, 255, 255, 255};
+    // One pixel more than a block, so that both loops are asked.
+    Bytes bytes(kBlock + 1);
     for (size_t at = 0; at < std::size(floats); ++at) {
-        EXPECT_EQ(ChannelForm<gil::float32_t>::ToByte(floats[at]), wanted[at]) << floats[at];
+        const std::vector<gil::float32_t> row(bytes.size(), floats[at]);
+        RowToBytes<1>(row.data(), row.size(), bytes.data());
+        EXPECT_EQ(bytes, Bytes(bytes.size(), wanted[at])) << floats[at];
     }
-    EXPECT_EQ(ChannelForm<Channel15>::ToByte(32769), 255);
-    EXPECT_EQ(ChannelForm<Channel15>::ToByte(65535), 255);
+    for (const int value : {32768, 32769, 65535}) {
+        const std::vector<Channel15> row(bytes.size(), static_cast<uint16_t>(value));
+        RowToBytes<1>(row.data(), row.size(), bytes.data());
+        EXPECT_EQ(bytes, Bytes(bytes.size(), 255)) << value;
+    }
 }
 
 // --- Fitting -------------------------------------------------------------------------------------------------
