@@ -131,7 +131,7 @@ class U_EXPORT SpanManager {
     /// Makes the objects of every span anew, numbered in frame order. Former ones are purged first.
     void PurgeAllCaches();
 
-    /// The worst that happened while a text was read; of several the first.
+    /// What was wrong first with the text that it was made of.
     TextFault GetTextFault() const noexcept { return m_textFault; }
 
     // --- Manual frames ---------------------------------------------------------------------------------------
