@@ -9,7 +9,7 @@ ql_package(marshvetch2_edge HEADERS headers INSTALL MVPluginEntry.h MVPropertySe
   LIBS PkgConfig::LIBELF)
 
 # Over real plug-in files; the second program sees what a host sees.
-ql_tests(MVEdge_tests SOURCES tests/edge/PropertyFile_test.cpp)
+ql_tests(MVEdge_tests SOURCES tests/edge/PropertyFile_test.cpp LIBS ql_test_support)
 ql_tests(MVPlugins_tests SHARED SOURCES tests/edge/PluginFolder_test.cpp tests/edge/SamplePlugins_test.cpp)
 if(QL_BUILD_TESTS)
   target_compile_definitions(MVEdge_tests PRIVATE QL_SAMPLE_PLUGIN="${PROJECT_BINARY_DIR}/plugins/samples/ease.so")

@@ -4,19 +4,22 @@
 // Passed over are names that begin with a dot, and what is neither a file nor a folder. A link to a file counts as
 // that file, and one that leads nowhere as a file that cannot be read; a link to a folder is not followed, so that no
 // circle of links is walked. A file that is there under several names is a plug-in under the first of them only.
+#include <dirent.h>
+#include <sys/stat.h>
+
 #include <algorithm>
-#include <filesystem>
+#include <cerrno>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "MVp_Edge.h"
 #include "MVp_EdgeFile.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int32_t kNameKey = MV_CODE('n', 'a', 'm', 'e');
 
@@ -26,40 +29,60 @@ struct Found {
     const char* name;  // of the property list; null for none
 };
 
-// Lists one folder: files are added to `files`, folders inside it to `folders`.
-std::error_code ListFolder(const fs::path& folder, std::vector<std::string>& files,
-                           std::vector<fs::path>& folders)
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+
+enum class Kind { kFile, kFolder, kOther };
+
+// What an entry of a folder is, by what the folder says of it; only links, and entries of which it says nothing, are
+// looked at themselves.
+Kind KindOf(const dirent& entry, const std::string& path)
 {
-    std::error_code error;
-    for (fs::directory_iterator at{folder, error}; !error && at != fs::directory_iterator{};
-         at.increment(error)) {
-        const fs::directory_entry& entry = *at;
-        if (entry.path().filename().native().starts_with('.')) continue;
-        std::error_code unknown;
-        const bool link = entry.is_symlink(unknown);
-        if (entry.is_directory(unknown)) {
-            if (!link) folders.push_back(entry.path());
-        } else if (entry.is_regular_file(unknown) || (link && !entry.exists(unknown))) {
-            files.push_back(entry.path().native());
-        }
+    unsigned char type = entry.d_type;
+    struct stat status;
+    if (type == DT_UNKNOWN && lstat(path.c_str(), &status) == 0) type = IFTODT(status.st_mode);
+    if (type == DT_LNK)
+        return stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode) ? Kind::kFile : Kind::kOther;
+    return type == DT_REG ? Kind::kFile : type == DT_DIR ? Kind::kFolder : Kind::kOther;
+}
+
+// Lists one folder: files are added to `files`, folders inside it to `folders`. Gives the system's error number, or 0.
+//
+// Not by std::filesystem, whose iterator ends the program when memory runs out.
+int ListFolder(const std::string& folder, std::vector<std::string>& files, std::vector<std::string>& folders)
+{
+    const std::unique_ptr<DIR, DirectoryCloser> directory{opendir(folder.c_str())};
+    if (!directory) return errno;
+    const std::string prefix = folder.ends_with('/') ? folder : folder + '/';
+    for (;;) {
+        errno = 0;
+        const dirent* entry = readdir(directory.get());
+        if (!entry) return errno;
+        if (entry->d_name[0] == '.') continue;
+        std::string path = prefix + entry->d_name;
+        const Kind kind = KindOf(*entry, path);
+        if (kind != Kind::kOther) (kind == Kind::kFile ? files : folders).push_back(std::move(path));
     }
-    return error;
+}
+
+void ReportUnreadable(const std::string& folder, int error)
+{
+    mvReportUnreadableFolder(folder.c_str(), std::generic_category().message(error).c_str());
 }
 
 // All files of a folder and of those inside it, by the bytes of their paths.
 Err ListFiles(const char* folder, std::vector<std::string>& files)
 {
-    std::vector<fs::path> folders;
-    std::error_code error = ListFolder(folder, files, folders);
-    if (error) {
-        mvReportUnreadableFolder(folder, error.message().c_str());
-        return MV_Err_PARAMETER;
+    std::vector<std::string> folders;
+    if (const int error = ListFolder(folder, files, folders)) {
+        ReportUnreadable(folder, error);
+        return error == ENOMEM ? Err{U_Err_OUT_OF_MEMORY} : Err{MV_Err_PARAMETER};
     }
     while (!folders.empty()) {
-        const fs::path inner = std::move(folders.back());
+        const std::string inner = std::move(folders.back());
         folders.pop_back();
-        error = ListFolder(inner, files, folders);
-        if (error) mvReportUnreadableFolder(inner.c_str(), error.message().c_str());
+        if (const int error = ListFolder(inner, files, folders)) ReportUnreadable(inner, error);
     }
     std::sort(files.begin(), files.end());
     return U_Err_NONE;

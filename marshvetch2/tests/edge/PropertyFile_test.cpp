@@ -12,10 +12,12 @@
 #include <string>
 #include <vector>
 
+#include "FailingAllocator.h"
 #include "MVPropertySection.h"
 #include "MVp_Edge.h"
 #include "MVp_PropertySection.h"
 #include "QLTest.h"
+#include "U_TrySection.h"
 
 namespace {
 
@@ -211,6 +213,26 @@ TEST_F(PropertyFile, LiesInHeadersAreFound)
         EXPECT_TRUE(!found.empty() && found.find(reason) != std::string::npos) << number << ": " << found;
         ++number;
     }
+}
+
+TEST_F(PropertyFile, FolderSurvivesEveryFailedAllocation)
+{
+    const auto folder = std::filesystem::path{QL_SAMPLE_PLUGIN}.parent_path();
+    qltest::EveryAllocationFails([&] {
+        MVPluginList* plugins = nullptr;
+        MVFileList* files = nullptr;
+        int32_t count = 0;
+        MVAllocatePluginList(nullptr, &plugins);
+        MVAllocateFileList(&files);
+        const Err err = !plugins || !files
+                            ? Err{U_Err_OUT_OF_MEMORY}
+                            : U_TrySection([&] { return mvEdgeAddPlugins(plugins, files, folder.c_str()); });
+        MVGetPluginListCount(plugins, &count);
+        MVFreePluginList(plugins);
+        MVFreeFileList(files);
+        Forget();
+        return err == 0 && count == 6;
+    });
 }
 
 TEST_F(PropertyFile, IsReportedOnceForAReason)
