@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Labels.h"
+#include "Transform.h"
 
 namespace qlhost {
 namespace {
@@ -37,6 +38,14 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
             "RATE"))
         ->capture_default_str();
     app.add_option("--plugins", render.plugins, "Folder of plug-ins that are told of the run");
+    app.add_option("--transform", render.transform,
+                   "Move, scale and turn the frames, as \"scale 0.5 0.5; rotate 30 about 0 0; translate 100 0\"")
+        ->check(CLI::Validator(
+            [](std::string& text) {
+                std::string why;
+                return ParseTransform(text, why) ? std::string() : why;
+            },
+            "STEPS"));
     app.add_option("--gather", render.gatherTitle, "Gather all problems under this title");
     auto* dictionary = app.add_option("--dictionary", render.dictionary, "Stored dictionary for all messages")
                            ->check(CLI::ExistingFile);

@@ -33,6 +33,7 @@ struct RenderOptions {
     std::filesystem::path dictionary;  // empty: the keys' own English
     std::filesystem::path plugins;     // folder of plug-ins; empty: none
     std::string rate = "24";
+    std::string transform;    // steps, readable by ParseTransform; empty: frames as they are
     std::string gatherTitle;  // empty: problems are grouped by their kind
     std::uint64_t limitMiB = 384;
     int threads = 0;  // 0: as many as the library advises

@@ -13,6 +13,7 @@
 
 #include "FrameReader.h"
 #include "Messages.h"
+#include "Transform.h"
 
 namespace qlhost {
 namespace {
@@ -72,6 +73,13 @@ class RenderScope {
     const boost::shared_ptr<U_RenderContext> m_render = U_RenderContext::MakeNewContext();
 };
 
+// The steps have been checked with the other arguments.
+Transform TransformOf(const RenderOptions& options)
+{
+    std::string why;
+    return options.transform.empty() ? Transform{} : ParseTransform(options.transform, why).value();
+}
+
 class Player {
   public:
     Player(const Clip& clip, const RenderOptions& options, const Rate& rate, FrameTable& table,
@@ -79,6 +87,7 @@ class Player {
         : m_clip{clip},
           m_options{options},
           m_rate{rate},
+          m_transform{TransformOf(options)},
           m_table{table},
           m_timeline{timeline},
           m_running{static_cast<int>(timeline.Rows().size())},
@@ -120,11 +129,13 @@ class Player {
         const std::size_t pass = step / m_clip.frames.size(), place = step % m_clip.frames.size();
         // Every second pass plays backwards, so that it begins with the frames that are in the cache.
         const std::size_t index = pass % 2 == 0 ? place : m_clip.frames.size() - 1 - place;
-        const auto frame = m_cache.Get(index, [&](std::size_t i) { return Decode(thread, i); });
+        auto frame = m_cache.Get(index, [&](std::size_t i) { return Decode(thread, i); });
         if (!frame) return;
         Thumbnail small;
         {
             const TimelineScope look{m_timeline, thread, Work::Look};
+            if (!m_transform.empty()) frame = Redraw(*frame, m_transform);
+            if (!frame) return;
             small = Reduce(*frame);
         }
         WriteDown(thread, pass, index, small.luma);
@@ -166,6 +177,7 @@ class Player {
     const Clip& m_clip;
     const RenderOptions& m_options;
     const Rate& m_rate;
+    const Transform m_transform;  // empty: none
     FrameTable& m_table;  // under the big mutex
     Timeline& m_timeline;
     std::atomic<int> m_running;

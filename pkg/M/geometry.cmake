@@ -13,4 +13,4 @@ ql_package(M_geometry HEADERS headers INSTALL M_Vector.h M_Matrix.h M_Rotation.h
     indep/M_Rotation.cpp)
 
 ql_tests(M_geometry_tests
-  SOURCES tests/M_Matrix_test.cpp tests/M_Transform_test.cpp tests/M_Rotation_test.cpp)
+  SOURCES tests/GeometryGuide_test.cpp tests/M_Matrix_test.cpp tests/M_Transform_test.cpp tests/M_Rotation_test.cpp)

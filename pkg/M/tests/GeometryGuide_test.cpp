@@ -1,0 +1,62 @@
+// The examples of docs/guides/geometry.md, run.
+#include <cmath>
+
+#include "M_Matrix.h"
+#include "M_Rotation.h"
+#include "QLTest.h"
+
+namespace {
+
+using GeometryGuide = qltest::Library;
+
+TEST_F(GeometryGuide, ThePlane)
+{
+    M_Matrix3 m;
+    M_SetIdentityMatrix(&m);
+    M_ScaleMatrix(&m, 0.5, 0.5, 960, 540);
+    M_RotateMatrix(&m, 0.25, 960, 540);
+    M_TranslateMatrix(&m, 100, 0);
+
+    M_Vector2 corners[4] = {{0, 0}, {1920, 0}, {1920, 1080}, {0, 1080}};
+    M_TransformFloatPoints(&m, 4, corners);
+    EXPECT_NEAR(corners[0].x, 1060 - 480 * std::cos(0.25) + 270 * std::sin(0.25), 1e-9);
+
+    M_Rect layer = {0, 0, 1920, 1080};
+    uint8_t loose = 0;
+    M_TransformRect(&m, &layer, NULL, &loose);
+    EXPECT_EQ(loose, 1);
+    EXPECT_EQ(layer.left, std::lround(corners[3].x < corners[0].x ? corners[3].x : corners[0].x));
+
+    M_Matrix3 back;
+    uint8_t singular = 0;
+    ASSERT_EQ(M_InverseMatrixQuiet(&m, &back, &singular), 0);
+    M_TransformFloatPoints(&back, 4, corners);
+    EXPECT_NEAR(corners[2].x, 1920, 1e-9);
+}
+
+TEST_F(GeometryGuide, Space)
+{
+    M_Matrix4 m;
+    M_IdentityMatrix4(&m);
+    M_RotateMatrix4(&m, 0, NULL, 0, 0, 1, 0.4);
+    M_RotateMatrix4(&m, 0, NULL, 0, 1, 0, 0.3);
+    M_RotateMatrix4(&m, 0, NULL, 1, 0, 0, 0.2);
+    M_TranslateMatrix4(&m, 5, 6, 7);
+
+    M_Matrix4Decomp parts;
+    M_DecomposeMatrix4(&m, &parts, NULL);
+    EXPECT_NEAR(parts.rotation.x, 0.2, 1e-15);
+    EXPECT_NEAR(parts.rotation.z, 0.4, 1e-15);
+    EXPECT_EQ(parts.translation, (M_Vector3{5, 6, 7}));
+
+    M_Quaternion from = {0, 0, 0, 1}, to, half;
+    M_Matrix4ToQuat(&m, &to);
+    M_Slerp(&from, &to, &half, 0.5);
+    M_QuatToMatrix4(&half, &m);
+    M_Matrix4 whole, expected;
+    M_ConcatMatrix4(&m, &m, &whole);
+    M_QuatToMatrix4(&to, &expected);
+    EXPECT_TRUE(M_EqualMatrixWithinEpsilon(&whole, &expected, 1e-15));
+}
+
+}  // namespace
