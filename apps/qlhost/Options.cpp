@@ -38,8 +38,9 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
             "RATE"))
         ->capture_default_str();
     app.add_option("--plugins", render.plugins, "Folder of plug-ins that are told of the run");
-    app.add_option("--transform", render.transform,
-                   "Move, scale and turn the frames, as \"scale 0.5 0.5; rotate 30 about 0 0; translate 100 0\"")
+    app.add_option(
+           "--transform", render.transform,
+           "Move, scale and turn the frames, as \"scale 0.5 0.5; rotate 30 about 0 0; translate 100 0\"")
         ->check(CLI::Validator(
             [](std::string& text) {
                 std::string why;

@@ -178,7 +178,7 @@ class Player {
     const RenderOptions& m_options;
     const Rate& m_rate;
     const Transform m_transform;  // empty: none
-    FrameTable& m_table;  // under the big mutex
+    FrameTable& m_table;          // under the big mutex
     Timeline& m_timeline;
     std::atomic<int> m_running;
     FrameReader m_reader;
