@@ -7,7 +7,7 @@
 /* "Ease" publishes it. */
 #define EASE_SUITE "Ease Suite"
 
-enum { kEaseSuiteAPIVersion = 1, kEaseSuiteInternalVersion = 2 };
+enum { kEaseSuiteAPIVersion = 1, kEaseSuiteInternalVersion = 2 }; /* internal version 1 has no EaseOut */
 
 typedef struct EaseSuite {
     double (*EaseIn)(double t); /* 0 to 1 in, 0 to 1 out */

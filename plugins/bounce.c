@@ -1,4 +1,4 @@
-/* A plug-in that needs another's suite. Its name stands before "Ease", so it starts first, finds no suite, gives the
+/* A plug-in that needs another's suite. By its property "StsP" it starts before "Ease", finds no suite, gives the
    code for that back, and is started again when the suite has come. */
 #include <math.h>
 #include <string.h>

@@ -1,5 +1,5 @@
-/* A plug-in that publishes a suite. Its table lies in its code, so it is withdrawn when the code goes, and published
-   again when the code is back. */
+/* A plug-in that publishes a suite in two versions. The tables lie in its code, so they are withdrawn when the code goes, and
+   published again when it is back. */
 #include <string.h>
 
 #include "MVPluginEntry.h"
@@ -16,12 +16,19 @@ static double EaseOut(double t)
 }
 
 static const EaseSuite kEase = {EaseIn, EaseOut};
+static const EaseSuite kFormerEase = {EaseIn, NULL};
+
+static Err PublishOne(const MVMessageData* data, int32_t internalVersion, const EaseSuite* procs)
+{
+    const Err err =
+        MVAddSuite(NULL, data->self, EASE_SUITE, kEaseSuiteAPIVersion, internalVersion, procs, NULL);
+    return err == MV_Err_SUITE_EXISTS ? 0 : err;
+}
 
 static int Publish(const MVMessageData* data)
 {
-    const Err err = MVAddSuite(NULL, data->self, EASE_SUITE, kEaseSuiteAPIVersion, kEaseSuiteInternalVersion,
-                               &kEase, NULL);
-    return err == MV_Err_SUITE_EXISTS ? 0 : err;
+    const Err err = PublishOne(data, 1, &kFormerEase);
+    return err ? err : PublishOne(data, kEaseSuiteInternalVersion, &kEase);
 }
 
 MV_PLUGIN_ENTRY(caller, selector, message)

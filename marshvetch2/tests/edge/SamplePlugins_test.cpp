@@ -1,6 +1,8 @@
 // A host's life with the sample plug-ins: order, retries, messages, code that comes and goes, and plug-ins that
 // break the rules.
 #include <algorithm>
+#include <string_view>
+#include <tuple>
 
 #include "PluginHost.h"
 #include "RND.h"
@@ -47,8 +49,8 @@ TEST_F(SamplePlugins, StartInOrderAndAgainWhenASuiteHasCome)
 {
     Start();
     EXPECT_EQ(Names(),
-              (Texts{"Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Failing", "Text Adapter"}));
-    EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Grain", "Sticky", "hello", "Bounce", "Ease", "Bounce",
+              (Texts{"Host", "Bounce", "Grain", "Sticky", "hello", "Ease", "Failing", "Text Adapter"}));
+    EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Bounce", "Grain", "Sticky", "hello", "Ease", "Bounce",
                               "Failing"}));
     for (const auto& name : Names()) {
         int32_t isStarted = 0, broken = 0, skips = 0;
@@ -84,44 +86,105 @@ TEST_F(SamplePlugins, AreFlushedWhenNobodyHoldsThem)
     Start();
     EXPECT_EQ(AccessCount("Ease"), 1);  // held by the suite that "Bounce" has
     EXPECT_EQ(AccessCount("Bounce"), 0);
-    const void* procs = nullptr;
-    ASSERT_EQ(Acquire(&procs), 0);
-    ASSERT_EQ(Release(), 0);
-    EXPECT_EQ(AccessCount("Ease"), 1);
-
-    const auto loaded = [](const char* name) { return InMemory(kSamples / name); };
     int32_t flushed = 0;
     ASSERT_EQ(MVFlushCaches(nullptr, &flushed), 0);
     EXPECT_EQ(flushed, 6);  // of eight: one is held, and one refuses
-    EXPECT_TRUE(loaded("ease.so") && loaded("sticky.so"));
-    EXPECT_FALSE(loaded("bounce.so"));
+    EXPECT_TRUE(InMemory(kSamples / "ease.so") && InMemory(kSamples / "sticky.so"));
+    EXPECT_FALSE(InMemory(kSamples / "bounce.so"));
     double height = 0;
     ASSERT_EQ(Bounce(0.5, &height), 0);  // loaded again, with the globals that it left
     EXPECT_DOUBLE_EQ(height, 0.25);
 }
 
-TEST_F(SamplePlugins, PublishAgainAfterAFlush)
+// The one plug-in that a flush may take.
+const char* g_leaving = "";
+
+Err OnlyLeaving(const char*, void* access, int32_t* should)
 {
-    Begin(kSamples);
-    keptBack = "Bounce";
-    ASSERT_EQ(MVStartupPlugins(), 0);
-    int32_t flushed = 0;
-    const auto leave = [](const char*, void* access, int32_t* should) -> Err {
-        MVPlugin* plugin = nullptr;
-        MVGetAccessPlugin(static_cast<MVAccess*>(access), &plugin);
-        *should = Name(plugin) == "Ease";
-        return 0;
-    };
-    for (int32_t disposeType : {MV_Dispose_UNUSED, MV_Dispose_LEAVING}) {
-        ASSERT_EQ(MVFlushAccesses(leave, &flushed, disposeType), 0);
-        EXPECT_EQ(flushed, 1) << disposeType;
-        EXPECT_FALSE(InMemory(kSamples / "ease.so"));
-        const void* procs = nullptr;
-        ASSERT_EQ(Acquire(&procs), 0);
-        EXPECT_DOUBLE_EQ(static_cast<const EaseSuite*>(procs)->EaseIn(0.5), 0.25);
-        EXPECT_EQ(MVFlushAccesses(leave, &flushed, MV_Dispose_UNUSED), 0);
-        EXPECT_EQ(flushed, 0);  // acquired
+    MVPlugin* plugin = nullptr;
+    const char* name = "";
+    MVGetAccessPlugin(static_cast<MVAccess*>(access), &plugin);
+    MVGetPluginName(plugin, &name);
+    *should = std::string_view{name} == g_leaving;
+    return 0;
+}
+
+TEST_F(SamplePlugins, AreFlushedByKindWhateverHoldsThem)
+{
+    Start();
+    const struct {
+        const char* name;
+        int32_t disposeType, flushed;
+    } rows[] = {{"Ease", MV_Dispose_UNUSED, 0},    {"Ease", MV_Dispose_STAYING, 0},
+                {"Ease", MV_Dispose_LEAVING, 1},   {"Bounce", MV_Dispose_LEAVING, 0},
+                {"Bounce", MV_Dispose_STAYING, 1}, {"Host", MV_Dispose_LEAVING, 0}};
+    for (const auto& row : rows) {
+        int32_t flushed = -1;
+        g_leaving = row.name;
+        ASSERT_EQ(MVFlushAccesses(OnlyLeaving, &flushed, row.disposeType), 0);
+        EXPECT_EQ(flushed, row.flushed) << row.name << " " << row.disposeType;
     }
+    EXPECT_FALSE(InMemory(kSamples / "ease.so"));
+}
+
+TEST_F(SamplePlugins, PublishSuitesAgainAfterAFlush)
+{
+    Start("Bounce");
+    int32_t flushed = 0;
+    g_leaving = "Ease";
+    for (int round = 0; round < 2; ++round) {
+        const void *newest = nullptr, *former = nullptr;
+        ASSERT_EQ(Acquire(&newest), 0);
+        ASSERT_EQ(MVAcquireSuite(nullptr, EASE_SUITE, 1, 1, &former), 0);
+        EXPECT_DOUBLE_EQ(static_cast<const EaseSuite*>(newest)->EaseOut(0.5), 0.75);
+        EXPECT_EQ(static_cast<const EaseSuite*>(former)->EaseOut, nullptr);
+        for (const int32_t internalVersion : {0, 1}) {
+            ASSERT_EQ(MVFlushCaches(OnlyLeaving, &flushed), 0);
+            EXPECT_EQ(flushed, 0);
+            EXPECT_EQ(MVReleaseSuite(nullptr, EASE_SUITE, 1, internalVersion), 0);
+            EXPECT_EQ(MVReleaseSuite(nullptr, EASE_SUITE, 1, internalVersion), MV_Err_SUITE_RELEASED);
+        }
+        EXPECT_TRUE(InMemory(kSamples / "ease.so"));  // a release never unloads
+        ASSERT_EQ(MVFlushCaches(OnlyLeaving, &flushed), 0);
+        EXPECT_EQ(flushed, 1);
+        EXPECT_FALSE(InMemory(kSamples / "ease.so"));
+    }
+}
+
+TEST_F(SamplePlugins, MatchSuitesByNameAndVersion)
+{
+    Start();
+    const EaseSuite ours{};
+    MVPlugin* ease = Named("Ease");
+    const void* procs = &ours;
+    EXPECT_EQ(MVAddSuite(nullptr, ease, EASE_SUITE, 1, 0, &ours, nullptr), MV_Err_SUITE_VERSION);
+    EXPECT_EQ(MVAddSuite(nullptr, ease, EASE_SUITE, 1, 2, &ours, nullptr), MV_Err_SUITE_EXISTS);
+    for (const auto& [api, internal] : {std::pair{0, 0}, std::pair{2, 0}, std::pair{1, 3}}) {
+        EXPECT_EQ(MVAcquireSuite(nullptr, EASE_SUITE, api, internal, &procs), MV_Err_SUITE_NOT_FOUND);
+        EXPECT_EQ(procs, nullptr);
+    }
+    ASSERT_EQ(MVAddSuite(nullptr, ease, EASE_SUITE, 1, 9, nullptr, nullptr), 0);
+    EXPECT_EQ(Acquire(&procs), MV_Err_SUITE_EMPTY);  // announced, and "Ease" has finished its startup
+    ASSERT_EQ(MVAddSuite(nullptr, ease, EASE_SUITE, 1, 9, &ours, nullptr), 0);
+    ASSERT_EQ(Acquire(&procs), 0);
+    EXPECT_EQ(procs, &ours);
+    EXPECT_EQ(Release(), 0);
+}
+
+TEST_F(SamplePlugins, OfAV1AdapterHearAboutAlone)
+{
+    Start();
+    MVAdapter* adapter = nullptr;
+    MVPlugin* plugin = nullptr;
+    MVAccess* access = nullptr;
+    int32_t result = -1;
+    ASSERT_EQ(MVAddAdapter(Named("Text Adapter"), "Old", 1, MV_Adapter_V1, nullptr, &adapter), 0);
+    ASSERT_EQ(MVAddPlugin(nullptr, nullptr, nullptr, "old one", adapter, nullptr, &plugin), 0);
+    EXPECT_EQ(MVSendMessage(plugin, MV_Caller_INTERFACE, MV_Selector_STARTUP, nullptr, &result),
+              MV_Err_V1_PLUGIN);
+    EXPECT_EQ(MVAcquirePlugin(plugin, &access), MV_Err_V1_PLUGIN);
+    EXPECT_EQ(MVSendMessage(plugin, MV_Caller_INTERFACE, MV_Selector_ABOUT, nullptr, &result), 0);
+    EXPECT_EQ(result, 0);
 }
 
 TEST_F(SamplePlugins, StartForAnExport)
