@@ -20,7 +20,7 @@ using namespace zvkcore::string::literals;
 using Image = boost::gil::gray8_image_t;
 
 struct Calls {
-    std::vector<std::string> log;
+    Log log;
     std::string thrower;  // the call that throws
 
     void Note(const std::string& call)
@@ -28,7 +28,7 @@ struct Calls {
         log.push_back(call);
         if (call == thrower) throw std::runtime_error(call);
     }
-    std::vector<std::string> Take() { return std::exchange(log, {}); }
+    Log Take() { return std::exchange(log, {}); }
 };
 
 class FakeReceipt : public CheckoutReceipt {

@@ -25,7 +25,6 @@ class Freezing : public qltest::Library {
         return view(0, 0)[0];
     }
 
-    bool Rendered() { return !m_script.calls.Take().empty(); }
     FrozenResultCache& Store() { return *m_spans.GetFrozenData(); }
     void Damage(FrozenResultCache::Frames& map, int frame) { (*map.at(frame))[0] = 0xFF; }
 
@@ -167,7 +166,6 @@ TEST_F(Freezing, ShowsTheInputForADamagedFrameAndReportsItOnce)
     m_spans.SetRenderingMode(kFreezing);
     for (const int frame : {0, 1}) Pixel(frame);
     m_spans.SetRenderingMode(kFrozen);
-    // Everything shares its bytes with nothing now.
     Damage(Store().frozenSegmentation, 1);
     for (const auto size : {Image::point_t{4, 3}, {5, 5}}) {
         m_host.size = size;

@@ -79,11 +79,8 @@ TYPED_TEST(Form, StoresAndShowsTheFirstChannel)
         Bytes bytes(static_cast<size_t>(width * height));
         std::iota(bytes.begin(), bytes.end(), uint8_t{0});
         U_UTF8String stored;
-        {
-            gil::gray8_image_t source(width, height);
-            std::copy(bytes.begin(), bytes.end(), &gil::view(source)(0, 0)[0]);
-            zip_compressor{stored}(gil::view(source));
-        }
+        zip_compressor{stored}(
+            gil::interleaved_view(width, height, reinterpret_cast<gil::gray8_pixel_t*>(bytes.data()), width));
         zip_decompressor{stored}(view);
         for (int at = 0; at < width * height; ++at) {
             auto&& pixel = view(at % width, at / width);
@@ -109,19 +106,17 @@ TYPED_TEST(Form, StoresAndShowsTheFirstChannel)
 TYPED_TEST(Form, StoresAnyValue)
 {
     using Value = typename TestFixture::Value;
-    std::vector<Value> values;
+    std::vector<Value> values(4000);
     std::mt19937 random(3);
-    for (int count = 0; count < 4000; ++count) {
-        if constexpr (std::is_same_v<Value, float>) {
-            values.push_back(static_cast<float>(random() % 70000) / 65536.0f - 0.03f);
-        } else {
-            values.push_back(static_cast<Value>(random() % (sizeof(Value) == 1 ? 256 : 32769)));
-        }
-    }
     const auto view = this->Inside(400, 10);
-    for (int at = 0; at < 4000; ++at) {
-        auto&& pixel = view(at % 400, at / 400);
-        gil::at_c<0>(pixel) = values[static_cast<size_t>(at)];
+    for (size_t at = 0; at < values.size(); ++at) {
+        if constexpr (std::is_same_v<Value, float>) {
+            values[at] = static_cast<float>(random() % 70000) / 65536.0f - 0.03f;
+        } else {
+            values[at] = static_cast<Value>(random() % (sizeof(Value) == 1 ? 256 : 32769));
+        }
+        auto&& pixel = view(static_cast<int>(at % 400), static_cast<int>(at / 400));
+        gil::at_c<0>(pixel) = values[at];
     }
     Bytes bytes(4000);
     ViewToBytes(view, bytes.data());
@@ -161,14 +156,14 @@ TEST(Pixels, OutOfRangeIsCut)
 
 // --- Fitting -------------------------------------------------------------------------------------------------
 
-Bytes Fitted(const Bytes& pixels, int width, int toWidth, int toHeight)
+Bytes Fitted(Bytes pixels, int width, int toWidth, int toHeight)
 {
-    gil::gray8_image_t source(width, static_cast<std::ptrdiff_t>(pixels.size()) / width);
-    std::copy(pixels.begin(), pixels.end(), &gil::view(source)(0, 0)[0]);
-    gil::gray8_image_t target(toWidth, toHeight);
-    view_resizer{}(gil::view(source), gil::view(target));
+    const auto gray = [](Bytes& bytes, int across) {
+        return gil::interleaved_view(across, static_cast<std::ptrdiff_t>(bytes.size()) / across,
+                                     reinterpret_cast<gil::gray8_pixel_t*>(bytes.data()), across);
+    };
     Bytes out(static_cast<size_t>(toWidth * toHeight));
-    ViewToBytes(gil::view(target), out.data());
+    view_resizer{}(gray(pixels, width), gray(out, toWidth));
     return out;
 }
 

@@ -16,7 +16,7 @@ using namespace smstest;
 
 class SpanRender : public qltest::Library {
   protected:
-    std::vector<std::string> Rendered(int frame)
+    Log Rendered(int frame)
     {
         FakeHost host(frame);
         host.stroke = stroke;
@@ -38,22 +38,20 @@ TEST_F(SpanRender, ChoosesTheSpan)
 {
     m_spans.SetManualFrame(10, 5, 5);
     m_spans.SetManualFrame(20, 8, 0);
-    const auto road = [](const char* render) {
-        return std::vector<std::string>{"seg init", render, "seg clear"};
-    };
+    const auto road = [](const char* render) { return Log{"seg init", render, "seg clear"}; };
     EXPECT_EQ(Rendered(10), road("seg render 0"));
     EXPECT_EQ(Rendered(8), road("seg render 2"));   // backward
     EXPECT_EQ(Rendered(13), road("seg render 3"));  // a forward and a backward span: the forward one
     EXPECT_EQ(Rendered(17), road("seg render 3"));
     EXPECT_EQ(Rendered(20), road("seg render 0"));  // no forward span: the backward one
     EXPECT_TRUE(answer);
-    EXPECT_EQ(Rendered(21), std::vector<std::string>{});
+    EXPECT_EQ(Rendered(21), Log{});
     EXPECT_FALSE(answer);
 
     FakeHost host(17);
     RenderFrameData::OutputType type = RenderFrameData::OutputType_None;
     EXPECT_TRUE(m_spans.RenderHair(host, m_cache, type));
-    EXPECT_EQ(m_script.calls.Take(), std::vector<std::string>{"hair render 3"});
+    EXPECT_EQ(m_script.calls.Take(), Log{"hair render 3"});
     EXPECT_EQ(type, RenderFrameData::OutputType_Matte);
     m_script.result = false;
     EXPECT_FALSE(m_spans.RenderHair(host, m_cache, type));
@@ -72,52 +70,35 @@ TEST_F(SpanRender, ChoosesTheSpan)
 
 TEST_F(SpanRender, TranslatesFrames)
 {
-    struct Row {
-        const char* name;
-        std::function<void(SpanRenderFrameData&)> ask;
-        std::vector<std::string> forward, backward;  // on base 10, asked for local frame 3
-    };
-    const Row rows[] = {
-        {"float", [](auto& data) { data.GetParamFloat(nullptr, 3); }, {"float 13"}, {"float 7"}},
-        {"xy", [](auto& data) { data.GetParamFloatXY(nullptr, 3); }, {"xy 13"}, {"xy 7"}},
-        {"color", [](auto& data) { data.GetParamColor(nullptr, 3); }, {"color 13"}, {"color 7"}},
-        {"images",
-         [](auto& data) {
-             data.CheckoutInputImage(3);
-             data.CheckoutForegroundStrokesImage(3);
-             data.CheckoutBackgroundStrokesImage(3);
-             data.CheckoutMattingPlusStrokesImage(3);
-             data.CheckoutMattingMinusStrokesImage(3);
-             data.CheckoutTrimapImage(3);
-             data.CheckoutStrokeConfidenceImage(3);
-         },
-         {"input 13", "fore 13", "back 13", "plus 13", "minus 13", "trimap 13", "trust 13"},
-         {"input 7", "fore 7", "back 7", "plus 7", "minus 7", "trimap 7", "trust 7"}},
-        {"strokes",
-         [](auto& data) { data.HasStrokesInTimeRange(StrokeType_Trimap, 1, 3); },
-         {"strokes 11 13"},
-         {"strokes 9 7"}},
-        {"state", [](auto& data) { data.GetCurrentParamState(1, 3); }, {"state 11 3"}, {"state 7 3"}},
-        {"no state", [](auto& data) { data.GetCurrentParamState(3, 0); }, {"state 13 0"}, {"state 7 0"}},
-        {"negative", [](auto& data) { data.GetCurrentParamState(-20, 4); }, {"state -10 4"}, {"state 27 4"}},
-        {"all",
-         [](auto& data) { data.HasStrokesInTimeRange(StrokeType_Trimap, 0, INT32_MAX); },
-         {"strokes 10 2147483647"},
-         {"strokes 10 -2147483637"}},
-        {"all states",
-         [](auto& data) { data.GetCurrentParamState(1, UINT32_MAX); },
-         {"state 11 4294967295"},
-         {"state -2147483648 4294967295"}},
-    };
     FakeHost host(7);
     SpanRenderFrameData forward(10, 1, host, m_spans);
     SpanRenderFrameData backward(10, -1, host, m_spans);
-    for (const Row& row : rows) {
-        row.ask(forward);
-        EXPECT_EQ(host.calls.Take(), row.forward) << row.name;
-        row.ask(backward);
-        EXPECT_EQ(host.calls.Take(), row.backward) << row.name;
-    }
+    const auto asked = [&host](SpanRenderFrameData& data) {
+        data.GetParamFloat(nullptr, 3);
+        data.GetParamFloatXY(nullptr, 3);
+        data.GetParamColor(nullptr, 3);
+        data.CheckoutInputImage(3);
+        data.CheckoutForegroundStrokesImage(3);
+        data.CheckoutBackgroundStrokesImage(3);
+        data.CheckoutMattingPlusStrokesImage(3);
+        data.CheckoutMattingMinusStrokesImage(3);
+        data.CheckoutTrimapImage(3);
+        data.CheckoutStrokeConfidenceImage(3);
+        data.HasStrokesInTimeRange(StrokeType_Trimap, 1, 3);
+        data.HasStrokesInTimeRange(StrokeType_Trimap, 0, INT32_MAX);
+        data.GetCurrentParamState(1, 3);
+        data.GetCurrentParamState(3, 0);
+        data.GetCurrentParamState(-20, 4);
+        data.GetCurrentParamState(1, UINT32_MAX);
+        return host.calls.Take();
+    };
+    EXPECT_EQ(asked(forward),
+              (Log{"float 13", "xy 13", "color 13", "input 13", "fore 13", "back 13", "plus 13", "minus 13",
+                   "trimap 13", "trust 13", "strokes 11 13", "strokes 10 2147483647", "state 11 3",
+                   "state 13 0", "state -10 4", "state 11 4294967295"}));
+    EXPECT_EQ(asked(backward), (Log{"float 7", "xy 7", "color 7", "input 7", "fore 7", "back 7", "plus 7",
+                                    "minus 7", "trimap 7", "trust 7", "strokes 9 7", "strokes 10 -2147483637",
+                                    "state 7 3", "state 7 0", "state 27 4", "state -2147483648 4294967295"}));
     EXPECT_EQ(forward.GetCurrentFrame(), -3);
     EXPECT_EQ(backward.GetCurrentFrame(), 3);
     EXPECT_EQ(backward.LocalToGlobalFrameIndex(3), 7);
@@ -144,7 +125,7 @@ TEST_F(SpanRender, MarksCachedFrames)
     zvkappsupport::feature::SetFeatureEnabled("HB.OptimizedCacheMarks", false);  // too late: it is read once
     m_spans.GetValidCachedFrameSet(false, host, frames, 5, 6);
     EXPECT_EQ(frames, (std::set<int>{8, 12, 13, 99}));
-    EXPECT_EQ(m_script.calls.Take(), (std::vector<std::string>{"seg set", "seg set"}));
+    EXPECT_EQ(m_script.calls.Take(), (Log{"seg set", "seg set"}));
     frames.clear();
     m_script.cached = {-1, 0, 1, 4, 5};
     m_spans.GetValidCachedFrameSet(true, host, frames, 0, 0);

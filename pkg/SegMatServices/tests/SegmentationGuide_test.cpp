@@ -1,8 +1,8 @@
-// The examples of docs/guides/segmentation.md on managers, values and text, run.
+// The examples of docs/guides/segmentation.md, run.
 #include <gtest/gtest.h>
 
-#include "FakePlugin.h"
-#include "SMS_SpanManager.h"
+#include "FakeHost.h"
+#include "SMS_Pixels.h"
 
 namespace {
 
@@ -50,6 +50,39 @@ TEST(SegmentationGuide, SpansValuesAndText)
     EXPECT_EQ(again.GetTextFault(), tessaly::SpanManager::TextFault_None);
     EXPECT_EQ(again.GetSpanInfo(), spans.GetSpanInfo());
     tessaly::UnregisterCreator<tessaly::Segmenter>(&creator);
+}
+
+TEST(SegmentationGuide, RenderingAndFreezing)
+{
+    smstest::Script script;
+    smstest::ActorCreator creator{script};
+    const smstest::Registration registration{&creator, "Actors"};
+    tessaly::SpanManager spans{{}, true, "Actors"_utf8, boost::rational<int>(1, 24)};
+    spans.SetManualFrame(10, 3, 5);
+    smstest::FakeHost frame(12);
+    boost::shared_ptr<tessaly::CrossRenderCache> cache;
+    EXPECT_TRUE(spans.Render(frame, cache));
+
+    spans.RetainSegmentationRange(10, 14);
+    spans.Render(frame, cache);
+    script.calls.Take();
+    spans.Render(frame, cache);
+    EXPECT_EQ(script.calls.Take(), (smstest::Log{"seg init", "seg clear"}));
+    spans.ClearRetainedSegmentation();
+
+    spans.SetRenderingMode(tessaly::SpanManager::RenderingMode_Freezing);
+    for (frame.current = 10; frame.current < 15; ++frame.current) spans.Render(frame, cache);
+    spans.SetRenderingMode(tessaly::SpanManager::RenderingMode_Frozen);
+    std::set<int> marks;
+    spans.GetValidCachedFrameSet(false, frame, marks, 0, 0);
+    EXPECT_EQ(marks, (std::set<int>{8, 12, 13}));
+    spans.GetFrozenFrameSet(frame, marks, 0, 100);
+    EXPECT_EQ(marks, (std::set<int>{8, 10, 11, 12, 13, 14}));
+
+    const tessaly::AnyImageView view = frame.AllocateOutput(tessaly::OutputIndex_Segmentation);
+    U_UTF8String stored;
+    tessaly::zip_compressor{stored}(view);
+    tessaly::zip_decompressor{stored}(view);
 }
 
 }  // namespace
