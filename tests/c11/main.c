@@ -4,6 +4,7 @@
 #include "U.h"
 
 int CheckALOG(void);
+int CheckMVPlugins(void);
 int CheckM_Matrix(void);
 int CheckM_Rotation(void);
 int CheckU(void);
@@ -15,6 +16,7 @@ int main(void)
         const char* header;
         int (*check)(void);
     } checks[] = {{"ALOG.h", CheckALOG},
+                  {"MVPlugins.h", CheckMVPlugins},
                   {"M_Matrix.h", CheckM_Matrix},
                   {"M_Rotation.h", CheckM_Rotation},
                   {"U.h", CheckU},

@@ -9,7 +9,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <new>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 #include "MVp_Edge.h"
@@ -78,17 +79,16 @@ MVp_OpenFile::MVp_OpenFile(MVFileSpec* file)
     : m_file{file}, m_descriptor{open(mvFilePath(file), O_RDONLY | O_CLOEXEC | O_NONBLOCK)}
 {
     struct stat status;
-    if (m_descriptor < 0 || fstat(m_descriptor, &status) != 0) {
-        mvReportUnusable(file, Unreadable(errno).c_str());
-    } else if (!S_ISREG(status.st_mode)) {
-        mvPassOver(file, "it is no file");
-    } else {
+    const bool known = m_descriptor >= 0 && fstat(m_descriptor, &status) == 0;
+    const int error = known ? 0 : errno;
+    if (known && S_ISREG(status.st_mode)) {
         m_identity = {status.st_dev, status.st_ino};
         m_size = static_cast<uint64_t>(status.st_size);
         return;
     }
     if (m_descriptor >= 0) close(m_descriptor);
     m_descriptor = -1;
+    known ? mvPassOver(file, "it is no file") : mvReportUnusable(file, Unreadable(error).c_str());
 }
 
 MVp_OpenFile::~MVp_OpenFile()
