@@ -1,34 +1,55 @@
 // The string pool: one pointer for each text. A pool of the runtime keeps the texts itself; a host may have brought a
 // pool of its own for the runtime's, which is then asked every time.
+#include <xxhash.h>
+
 #include <cstring>
-#include <string_view>
-#include <unordered_set>
 
 #include "MVp_Strings.h"
 #include "U_TrySection.h"
 
 namespace {
 
-// Allocating, then pointing the set at it: nothing is lost when either fails.
-const char* Intern(MVStringPool* pool, std::string_view text)
+using Slot = MVStringPool::Slot;
+
+constexpr size_t kFirstSlots = 128;
+
+// The slot of a text, or the free one where it belongs.
+Slot& SlotOf(std::vector<Slot>& slots, uint64_t hash, const char* text)
 {
-    if (const auto known = pool->texts.find(text); known != pool->texts.end()) return known->data();
+    const size_t mask = slots.size() - 1;
+    size_t at = hash & mask;
+    while (slots[at].text && (slots[at].hash != hash || std::strcmp(slots[at].text, text) != 0))
+        at = (at + 1) & mask;
+    return slots[at];
+}
+
+void Grow(MVStringPool* pool)
+{
+    std::vector<Slot> wider(pool->slots.empty() ? kFirstSlots : pool->slots.size() * 2);
+    for (const Slot& slot : pool->slots)
+        if (slot.text) SlotOf(wider, slot.hash, slot.text) = slot;
+    pool->slots.swap(wider);
+}
+
+const char* Intern(MVStringPool* pool, const char* text)
+{
+    const size_t length = std::strlen(text);
+    const uint64_t hash = XXH3_64bits(text, length);
+    if (pool->slots.size() <= pool->count * 2) Grow(pool);
+    Slot& slot = SlotOf(pool->slots, hash, text);
+    if (slot.text) return slot.text;
     void* copy = nullptr;
-    if (mvIntAllocateBlock(text.size() + 1, "a pooled string", &copy) != U_Err_NONE) throw std::bad_alloc();
-    std::memcpy(copy, text.data(), text.size());
-    try {
-        return pool->texts.emplace(static_cast<char*>(copy), text.size()).first->data();
-    } catch (...) {
-        mvIntFreeBlock(copy);
-        throw;
-    }
+    if (mvIntAllocateBlock(length + 1, "a pooled string", &copy) != U_Err_NONE) throw std::bad_alloc();
+    slot = {hash, static_cast<const char*>(std::memcpy(copy, text, length))};
+    ++pool->count;
+    return slot.text;
 }
 
 }  // namespace
 
 MVStringPool::~MVStringPool()
 {
-    for (const std::string_view text : texts) mvIntFreeBlock(const_cast<char*>(text.data()));
+    for (const Slot& slot : slots) mvIntFreeBlock(const_cast<char*>(slot.text));
 }
 
 Err MVAllocateStringPool(MVStringPool** pool)

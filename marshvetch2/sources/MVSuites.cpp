@@ -30,13 +30,9 @@ MVSuiteList* OrRuntimes(MVSuiteList* list)
 // Exact in name and API version; internal version 0 stands for the greatest.
 MVSuite* findSuite(const MVSuiteList* list, const char* name, int32_t apiVersion, int32_t internalVersion)
 {
-    if (internalVersion == 0) {
-        const auto greatest = list->greatest.find({name, apiVersion, 0});
-        if (greatest == list->greatest.end()) return nullptr;
-        internalVersion = greatest->second;
-    }
-    const auto found = list->suites.find({name, apiVersion, internalVersion});
-    return found == list->suites.end() ? nullptr : found->second;
+    const auto& suites = internalVersion == 0 ? list->greatest : list->suites;
+    const auto found = suites.find({name, apiVersion, internalVersion});
+    return found == suites.end() ? nullptr : found->second;
 }
 
 bool IsSearched(const MVSuiteList* list, const char* name, int32_t apiVersion)
@@ -72,15 +68,14 @@ MVSuite* InsertSuite(MVSuiteList* list, const MVSuite& values)
     *suite = values;
     const MVSuiteKey key = {suite->name, suite->apiVersion, suite->internalVersion};
     try {
-        const auto greatest = list->greatest.try_emplace({key.name, key.apiVersion, 0}, key.internalVersion);
+        const auto [greatest, isFirst] = list->greatest.try_emplace({key.name, key.apiVersion, 0}, suite);
         try {
             list->suites.emplace(key, suite);
         } catch (...) {
-            if (greatest.second) list->greatest.erase(greatest.first);
+            if (isFirst) list->greatest.erase(greatest);
             throw;
         }
-        int32_t& version = greatest.first->second;
-        if (version < key.internalVersion) version = key.internalVersion;
+        if (greatest->second->internalVersion < key.internalVersion) greatest->second = suite;
     } catch (...) {
         mvDelete(suite);
         throw;

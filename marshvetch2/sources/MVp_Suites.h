@@ -2,7 +2,7 @@
 #ifndef MVP_SUITES_H
 #define MVP_SUITES_H
 
-#include <compare>
+#include <functional>
 #include <map>
 
 #include "MVp_Runtime.h"
@@ -30,19 +30,19 @@ struct MVSuiteKey {
     int32_t apiVersion;
     int32_t internalVersion;  // 0 in the map of the greatest ones
 
-    bool operator==(const MVSuiteKey&) const = default;
-    auto operator<=>(const MVSuiteKey& other) const
+    // Written out, since every acquiring walks down a map by it.
+    bool operator<(const MVSuiteKey& other) const
     {
-        if (name != other.name) return std::compare_three_way{}(name, other.name);
-        if (apiVersion != other.apiVersion) return apiVersion <=> other.apiVersion;
-        return internalVersion <=> other.internalVersion;
+        if (name != other.name) return std::less<>{}(name, other.name);
+        return apiVersion != other.apiVersion ? apiVersion < other.apiVersion
+                                              : internalVersion < other.internalVersion;
     }
 };
 
 struct MVSuiteList {
     MVSuiteList* next = nullptr;  // all lists of the process
     std::map<MVSuiteKey, MVSuite*> suites;
-    std::map<MVSuiteKey, int32_t> greatest;  // the greatest internal version of a name and API version
+    std::map<MVSuiteKey, MVSuite*> greatest;  // of a name and API version, by its internal version
     MVSuiteSearch* searches = nullptr;
     MVStringPool* strings = nullptr;
     MVPluginList* plugins = nullptr;

@@ -42,8 +42,8 @@ TEST_F(Startup, GoesInTheOrderOfMarks)
     mvSet(held, kStateHeldBack, true);
     ASSERT_EQ(MVStartupPlugins(), 0);
     // Each pass moves to the head and turns round what it moves; the last added stood first.
-    EXPECT_EQ(Took("Startup"),
-              (Lines{"Text", "host", "stays", "exports and stays", "exports", "early and exports", "early", "held back", "skip only", "plain"}));
+    EXPECT_EQ(Took("Startup"), (Lines{"Text", "host", "stays", "exports and stays", "exports",
+                                      "early and exports", "early", "held back", "skip only", "plain"}));
 }
 
 TEST_F(Startup, AsksTheHostBeforeThePlainOnesAndAtTheEnd)
