@@ -29,7 +29,10 @@ class Data {
         if (!m_isArray) WriteKey(key);
         if (value.GetType() != U_Any::Type_TREE) {
             m_text.append(value.GetAs_JSON());
-        } else if (child.empty()) {
+            return false;
+        }
+        if (m_depth == U_AnyTreeWrapper::kMaxDepth) throw boost::bad_any_cast();  // no reader would take it
+        if (child.empty()) {
             m_text.append(u"{}"_u16);  // also where it was an array: nothing tells them apart
         } else {
             WriteTree(m_text, child, child.is_array(), m_depth + 1);
@@ -41,7 +44,6 @@ class Data {
 
     static void WriteTree(U_UTF16String& text, const U_AnyTreeWrapper& tree, bool isArray, int depth)
     {
-        if (depth > U_AnyTreeWrapper::kMaxDepth) throw boost::bad_any_cast();
         Data data(text, isArray, depth);
         data.StartDict();
         tree.for_each(boost::ref(data));
