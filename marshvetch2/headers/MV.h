@@ -129,6 +129,7 @@ U_EXPORT Err MVInit(const MVHostProcs* procs, void* hostData, const char* folder
 
 /// Unloads all code, frees the runtime with all that it lists, and tells `debugTrap` of each block that is
 /// still allocated. Call `MVShutdownPlugins` before it: here plug-ins hear "Unload" only, and cannot refuse.
+/// Lists that the host has made are the host's to free, before this.
 ///
 /// returns  0; "Parm" without a runtime; "AISC" from inside a plug-in's call, and then nothing happens
 U_EXPORT Err MVTerm(void);

@@ -68,8 +68,9 @@ U_EXPORT Err MVAddSuite(MVSuiteList* list, MVPlugin* host, const char* name, int
 /// Finds a suite and counts an acquisition. May start its plug-in, load its code and send it "Reload".
 ///
 /// procs    the functions; null on failure
-/// returns  0; "S!Fd", thrown, when there is none; "PiH0" when its plug-in has started and gives no
-///          functions; the code of loading the plug-in, and of an adapter, as it stands
+/// returns  0; "S!Fd", thrown, when there is none, or when nobody can give its functions yet; "PiH0" when its
+///          plug-in has started and gives no functions; the code of loading the plug-in, and of an adapter, as
+///          it stands
 U_EXPORT Err MVAcquireSuite(MVSuiteList* list, const char* name, int32_t apiVersion, int32_t internalVersion,
                             const void** procs);
 

@@ -101,17 +101,27 @@ MVSuite* AddSuite(MVSuiteList* list, const MVSuite& values)
 
 // --- Acquiring ---------------------------------------------------------------------------------------------
 
-// A plug-in that has finished its startup and still offers nothing is not tried again. One with a V1 adapter is
+// The functions may come yet: whoever is refused now is tried again when they do.
+Err NotYet(MVSuiteList* list, const MVSuite* suite)
+{
+    NoteSearch(list, suite->name, suite->apiVersion);
+    return mvThrow(MV_Err_SUITE_NOT_FOUND);
+}
+
+// A plug-in that has finished its startup and still offers nothing is not tried again. One that is being started
+// right now, further up the stack, is left to it; so is one that lacks a suite itself. One with a V1 adapter is
 // started by nobody but its adapter.
-Err StartPublisher(MVSuite* suite)
+Err StartPublisher(MVSuiteList* list, MVSuite* suite)
 {
     MVPlugin* plugin = suite->plugin;
-    if (!plugin) return mvThrow(MV_Err_SUITE_NOT_FOUND);
+    if (!plugin) return NotYet(list, suite);
     if (mvIsV1(plugin) || suite->withdrawn) return U_Err_NONE;
     if (mvHas(plugin, kStateStarted) && mvHas(plugin, kStateComplete)) return MV_Err_SUITE_EMPTY;
+    if (mvHas(plugin, kStateInAccess | kStateInMessage)) return NotYet(list, suite);
     mvSet(plugin, kStateStarted, false);
     startupMarshVetchPlugin(plugin);
-    return suite->procs ? U_Err_NONE : Err{MV_Err_SUITE_EMPTY};
+    if (suite->procs) return U_Err_NONE;
+    return mvHas(plugin, kStateStarted) ? Err{MV_Err_SUITE_EMPTY} : NotYet(list, suite);
 }
 
 MVAdapterSuiteMessage AdapterMessage(MVSuiteList* list, MVSuite* suite)
@@ -157,7 +167,7 @@ Err HoldPublisher(MVSuite* suite)
 Err AcquireSuite(MVSuiteList* list, MVSuite* suite)
 {
     if (!suite->procs)
-        if (const Err error = StartPublisher(suite); error != U_Err_NONE) return error;
+        if (const Err error = StartPublisher(list, suite); error != U_Err_NONE) return error;
     if (suite->plugin && mvIsV1(suite->plugin)) return AcquireThroughAdapter(list, suite);
     if (const Err error = HoldPublisher(suite); error != U_Err_NONE) return error;
     ++suite->acquireCount;

@@ -94,10 +94,21 @@ TEST_F(Startup, TriesAgainWhenANeededSuiteAppears)
         return error ? error : MVAddSuite(nullptr, call.Data().self, "A", 1, 1, "table", nullptr);
     });
     MVPlugin* needsA = AddNeedy(adapter, "needs A", "A");
+    // Announced by those that have to wait, or are in the middle of their start: not now, but no failure either.
+    MVAddSuite(nullptr, chain, "A", 1, 1, nullptr, nullptr);
+    MVPlugin* needsX = AddNeedy(adapter, "needs X, announced Y", "X");
+    MVAddSuite(nullptr, needsX, "Y", 1, 1, nullptr, nullptr);
+    MVPlugin* givesX = AddServed(adapter, "may use Y, gives X", [](const Call& call) {
+        const void* procs = nullptr;
+        if (!call.Is("Startup")) return 0;
+        MVAcquireSuite(nullptr, "Y", 1, 0, &procs);
+        return MVAddSuite(nullptr, call.Data().self, "X", 1, 1, "table", nullptr);
+    });
+    MVAddSuite(nullptr, givesX, "X", 1, 1, nullptr, nullptr);
     MVPlugin* needsNever = AddNeedy(adapter, "needs another version of C", "C", 9);
     ASSERT_EQ(MVStartupPlugins(), 0);
-    for (MVPlugin* plugin : {needsC, chain, needsA})
-        EXPECT_TRUE(Has(plugin, kStateStarted | kStateComplete)) << plugin->name;
+    for (MVPlugin* plugin : {needsC, chain, needsA, needsX, givesX})
+        EXPECT_EQ(plugin->state, kStateStarted | kStateComplete) << plugin->name;
     EXPECT_EQ(needsNever->state, 0) << "neither started nor broken";
     EXPECT_LE(log.size(), 100u);
 }
