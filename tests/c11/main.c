@@ -6,6 +6,7 @@
 int CheckALOG(void);
 int CheckMVPlugins(void);
 int CheckM_Matrix(void);
+int CheckM_Polygon(void);
 int CheckM_Rotation(void);
 int CheckU(void);
 int CheckU_Err(void);
@@ -18,6 +19,7 @@ int main(void)
     } checks[] = {{"ALOG.h", CheckALOG},
                   {"MVPlugins.h", CheckMVPlugins},
                   {"M_Matrix.h", CheckM_Matrix},
+                  {"M_Polygon.h", CheckM_Polygon},
                   {"M_Rotation.h", CheckM_Rotation},
                   {"U.h", CheckU},
                   {"U_Err.h", CheckU_Err}};

@@ -1,0 +1,284 @@
+#include "M_Polygon.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include "Mp_Hull.h"
+#include "QLTest.h"
+
+namespace {
+
+constexpr unsigned kSeed = 706;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+using Polygon = std::vector<M_Vector2>;
+using Quads = std::vector<M_Vector4>;
+using Grid = std::vector<M_LongPoint>;
+
+Polygon HullOf(const Polygon& points)
+{
+    Polygon hull;
+    M_ComputeConvexHull(points.begin(), points.end(), hull);
+    return hull;
+}
+
+// The hull as a monotone chain, turned to begin at the lowest point.
+Grid ChainHull(Grid points)
+{
+    std::sort(points.begin(), points.end(),
+              [](M_LongPoint a, M_LongPoint b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
+    points.erase(std::unique(points.begin(), points.end()), points.end());
+    if (points.size() < 2) return points;
+    Grid hull;
+    for (int half = 0; half < 2; ++half) {
+        const size_t begin = hull.size();
+        for (const M_LongPoint p : points) {
+            while (hull.size() > begin + 1 && Mp_Cross(hull.end()[-2], hull.back(), p) <= 0) hull.pop_back();
+            hull.push_back(p);
+        }
+        hull.pop_back();
+        std::reverse(points.begin(), points.end());
+    }
+    std::rotate(
+        hull.begin(),
+        std::min_element(hull.begin(), hull.end(),
+                         [](M_LongPoint a, M_LongPoint b) { return a.y != b.y ? a.y < b.y : a.x < b.x; }),
+        hull.end());
+    return hull;
+}
+
+TEST(Hull, IsTheOneOfAnotherAlgorithm)
+{
+    std::mt19937_64 random(kSeed);
+    for (int round = 0; round < 3000; ++round) {
+        // From crowded to wide, so that lines, copies and tiny hulls occur; corners of the grid now and then.
+        const int32_t side = round % 7 == 0 ? Mp_kGridCells : 1 << (round % 29);
+        std::uniform_int_distribution<int32_t> cell(0, side);
+        Grid points(4 + random() % (round % 50 == 0 ? 3000 : 40));
+        for (M_LongPoint& p : points) p = {cell(random), cell(random)};
+        if (round % 3 == 0) std::fill_n(points.begin(), points.size() / 2, points.back());
+        if (round % 11 == 0) points.insert(points.end(), {{0, 0}, {side, 0}, {0, side}, {side, side}});
+        if (round % 13 == 0) {
+            for (M_LongPoint& p : points) p.y = p.x / 2;
+        }
+        ASSERT_EQ(Mp_GridHull(points), ChainHull(points)) << round;
+    }
+}
+
+TEST(Hull, OfSmallAndOfOddPoints)
+{
+    struct Row {
+        const char* name;
+        Polygon points, hull;
+    };
+    const double huge = 1.5e308;
+    const Row rows[] = {
+        {"none", {}, {}},
+        {"one", {{5, 5}}, {{5, 5}}},
+        {"three on a line stay three", {{2, 2}, {0, 0}, {1, 1}}, {{2, 2}, {0, 0}, {1, 1}}},
+        {"three alike stay three", {{1, 1}, {1, 1}, {1, 1}}, {{1, 1}, {1, 1}, {1, 1}}},
+        {"one inside", {{0, 4}, {1, 1}, {4, 0}, {0, 0}}, {{0, 0}, {4, 0}, {0, 4}}},
+        {"on the edges, and copies",
+         {{4, 4}, {2, 0}, {0, 0}, {4, 2}, {4, 4}, {0, 4}, {0, 0}, {4, 0}, {2, 4}, {0, 2}},
+         {{0, 0}, {4, 0}, {4, 4}, {0, 4}}},
+        {"no height", {{3, 7}, {1, 7}, {9, 7}, {1, 7}}, {{1, 7}, {9, 7}}},
+        {"no width", {{7, 3}, {7, 1}, {7, 9}, {7, 2}}, {{7, 1}, {7, 9}}},
+        {"slanted", {{3, 6}, {1, 2}, {4, 8}, {2, 4}}, {{1, 2}, {4, 8}}},
+        {"all alike", {{3, 6}, {3, 6}, {3, 6}, {3, 6}}, {{3, 6}}},
+        {"no number counts as the least",
+         {{kNaN, 4}, {4, 0}, {8, 4}, {0, 2}},
+         {{4, 0}, {8, 4}, {0, 4}, {0, 2}}},
+    };
+    for (const Row& row : rows) EXPECT_EQ(HullOf(row.points), row.hull) << row.name;
+    // Beyond meaning: no undefined conversion, and an end.
+    for (const double odd : {kNaN, kInfinity, -kInfinity, huge, -huge, 1e-310}) {
+        EXPECT_LE(HullOf({{0, 0}, {odd, 1}, {huge, odd}, {1, 1}, {odd, odd}}).size(), 5u);
+        EXPECT_LE(HullOf({{odd, odd}, {odd, odd}, {odd, odd}, {odd, 0}}).size(), 4u);
+    }
+    for (const auto& [offset, step, cell] : {std::tuple{kNaN, 1.0, 0},
+                                             {1.0, 0.0, Mp_kGridCells},
+                                             {0.0, 0.0, 0},
+                                             {-1.0, 1.0, 0},
+                                             {1e300, 1.0, Mp_kGridCells},
+                                             {2.5, 1.0, 3},
+                                             {double{Mp_kGridCells}, 1.0, Mp_kGridCells}}) {
+        EXPECT_EQ(Mp_Quantise(offset, step), cell) << offset << ' ' << step;
+    }
+}
+
+TEST(Hull, HoldsItsPointsToWithinACell)
+{
+    std::mt19937_64 random(kSeed);
+    std::normal_distribution<double> value(1e6, 300);
+    Polygon points(5000);
+    double x[2] = {1e300, -1e300}, y[2] = {1e300, -1e300};
+    for (M_Vector2& p : points) {
+        p = {value(random), value(random)};
+        x[0] = std::min(x[0], p.x), x[1] = std::max(x[1], p.x);
+        y[0] = std::min(y[0], p.y), y[1] = std::max(y[1], p.y);
+    }
+    Polygon hull = HullOf(points);
+    EXPECT_TRUE(M_IsConvex(hull.begin(), hull.end()));
+    const double step = std::max(x[1] - x[0], y[1] - y[0]) * 0x1p-29;
+    for (size_t i = 0; i < hull.size(); ++i) {
+        const M_Vector2 a = hull[i], b = hull[(i + 1) % hull.size()];
+        const double length = std::hypot(b.x - a.x, b.y - a.y);
+        double nearest = 1e300;
+        for (const M_Vector2& p : points) {
+            const double side = (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x);
+            ASSERT_GT(side / length, -2 * step);
+            nearest = std::min(nearest, std::max(std::fabs(p.x - a.x), std::fabs(p.y - a.y)));
+        }
+        ASSERT_LT(nearest, step);
+    }
+    // Every kind of point and iterator; what is behind the second component stays, or is 0.
+    std::vector<M_Vector4> quads, out = {{9, 9, 9, 9}};
+    std::vector<M_Vector3> triples;
+    std::vector<zvkcore::geom::PointT<float>> floats;
+    for (const M_Vector2& p : points) {
+        quads.push_back({p.x, p.y, 5, 5});
+        triples.push_back({p.x, p.y, 5});
+        floats.push_back({static_cast<float>(p.x), static_cast<float>(p.y)});
+    }
+    const auto* const quads_begin = quads.data();
+    M_ComputeConvexHull(quads_begin, quads_begin + quads.size(), out);
+    ASSERT_EQ(out.size(), hull.size());
+    EXPECT_EQ(out[0], (M_Vector4{hull[0].x, hull[0].y, 9, 9}));
+    EXPECT_EQ(out[1], (M_Vector4{hull[1].x, hull[1].y, 0, 0}));
+    M_ComputeConvexHull(triples.begin(), triples.end(), triples);  // into itself
+    ASSERT_EQ(triples.size(), hull.size());
+    EXPECT_TRUE(M_IsConvex(triples.begin(), triples.end()) && M_IsConvex(quads.end(), quads.end()));
+    std::vector<zvkcore::geom::PointT<float>> float_hull;
+    M_ComputeConvexHull(floats.data(), floats.data() + floats.size(), float_hull);
+    EXPECT_NEAR(float_hull[0].y, y[0], 0.1);
+}
+
+TEST(Polygons, Convexity)
+{
+    struct Row {
+        const char* name;
+        Polygon points;
+        bool convex;
+    };
+    for (const Row& row :
+         {Row{"two", {{0, 0}, {1, 0}}, true}, Row{"square", {{0, 0}, {1, 0}, {1, 1}, {0, 1}}, true},
+          Row{"clockwise", {{0, 1}, {1, 1}, {1, 0}, {0, 0}}, true},
+          Row{"repeated vertex", {{0, 0}, {1, 0}, {1, 0}, {1, 1}, {0, 1}, {0, 0}}, true},
+          Row{"bow-tie", {{0, 0}, {1, 1}, {1, 0}, {0, 1}}, false},
+          Row{"dent at the seam", {{2, 1}, {4, 0}, {4, 4}, {0, 4}, {0, 0}}, false},
+          Row{"line", {{0, 0}, {3, 3}, {1, 1}}, true}, Row{"one point", {{2, 2}, {2, 2}, {2, 2}}, true},
+          Row{"dent within rounding", {{-0.1, -0.7}, {0, 0}, {0.3, 2.1}, {5, 0}}, true},
+          Row{"dent within rounding", {{-0.3, -2.1}, {0, 0}, {0.1, 0.7}, {5, 0}}, true},
+          Row{"dent beyond rounding", {{0, 0}, {0.5, 1e-15}, {1, 0}, {1, 1}, {0, 1}}, false},
+          Row{"pentagram winds twice", {{0, 3}, {-2, -3}, {3, 1}, {-3, 1}, {2, -3}}, true}}) {
+        EXPECT_EQ(M_IsConvex(row.points.begin(), row.points.end()), row.convex) << row.name;
+    }
+}
+
+TEST(Polygons, AreaAgreesWithTheSidesOneByOne)
+{
+    const Polygon square = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    const Polygon reversed(square.rbegin(), square.rend());
+    EXPECT_EQ(M_SignedPolygonArea2D(square.data(), 4), 1);
+    EXPECT_EQ(M_SignedPolygonArea2D(reversed.data(), 4), -1);
+    EXPECT_EQ(M_SignedPolygonArea2D(square.data(), 3), 0.5);
+    EXPECT_EQ(M_SignedPolygonArea2D(square.data(), 2), 0);
+    EXPECT_EQ(M_SignedPolygonArea2D(nullptr, -1), 0);
+    std::mt19937_64 random(kSeed);
+    for (int count = 3; count < 60; ++count) {
+        Polygon p(static_cast<size_t>(count));
+        int64_t doubled = 0;
+        for (M_Vector2& v : p)
+            v = {static_cast<double>(random() % 1000), static_cast<double>(random() % 1000)};
+        for (size_t i = 0; i < p.size(); ++i) {
+            const M_Vector2 a = p[i], b = p[(i + 1) % p.size()];
+            doubled += static_cast<int64_t>(a.x * b.y - a.y * b.x);
+        }
+        ASSERT_EQ(M_SignedPolygonArea2D(p.data(), count), static_cast<double>(doubled) / 2) << count;
+    }
+}
+
+Quads Ring(int count, double radius, double x, double turn)
+{
+    Quads ring;
+    for (int i = 0; i < count; ++i) {
+        const double angle = turn + 6.283185307179586 * i / count;
+        ring.push_back({x + radius * std::cos(angle), radius * std::sin(angle), 5, 7});
+    }
+    return ring;
+}
+
+double AreaOf(const Quads& polygon)
+{
+    Polygon flat;
+    for (const M_Vector4& v : polygon) flat.push_back({v.x, v.y});
+    return M_SignedPolygonArea2D(flat.data(), static_cast<int>(flat.size()));
+}
+
+Quads Clip(const Quads& clip, const Quads& subject)
+{
+    Quads out;
+    M_PolyPolyClip2D(&clip, &subject, &out);
+    return out;
+}
+
+TEST(Polygons, ClipsBySquaresExactly)
+{
+    const Quads clip = {{0, 0, 0, 0}, {10, 0, 0, 0}, {10, 10, 0, 0}, {0, 10, 0, 0}};
+    const Quads other_way(clip.rbegin(), clip.rend());
+    std::mt19937_64 random(kSeed);
+    for (int round = 0; round < 1000; ++round) {
+        const auto next = [&random] { return static_cast<double>(random() % 300) / 10 - 10; };
+        const double l = next(), t = next(), r = l + 1 + static_cast<double>(random() % 20), b = t + 5;
+        const double width = std::min(r, 10.0) - std::max(l, 0.0),
+                     height = std::min(b, 10.0) - std::max(t, 0.0);
+        const double area = width > 1e-6 && height > 1e-6 ? width * height : 0;
+        const Quads subject = {{l, t, 1, 1}, {r, t, 1, 1}, {r, b, 1, 1}, {l, b, 1, 1}};
+        ASSERT_NEAR(AreaOf(Clip(clip, subject)), area, 1e-5) << l << ' ' << t;
+        ASSERT_NEAR(AreaOf(Clip(other_way, subject)), area, 1e-5) << l << ' ' << t;
+        // Halved by its diagonal, a subject is still as large as its halves.
+        const Quads upper = {subject[0], subject[1], subject[2]},
+                    lower = {subject[0], subject[2], subject[3]};
+        const Quads octagon = Ring(8, 9, 3, 0.1);
+        ASSERT_NEAR(AreaOf(Clip(octagon, subject)),
+                    AreaOf(Clip(octagon, upper)) + AreaOf(Clip(octagon, lower)), 1e-4);
+    }
+}
+
+TEST(Polygons, ClipsInTheOddCases)
+{
+    const Quads clip = Ring(6, 10, 0, 0.2), inside = Ring(5, 3, 1, 0), around = Ring(40, 100, 0, 0);
+    const Quads reversed(clip.rbegin(), clip.rend());
+    EXPECT_EQ(Clip(clip, inside), inside);  // with all components
+    EXPECT_EQ(Clip({}, inside), inside);
+    EXPECT_TRUE(Clip(clip, Ring(5, 3, 50, 0)).empty());
+    EXPECT_TRUE(Clip(clip, {{0, 0, 0, 0}, {1, 1, 0, 0}}).empty());
+    EXPECT_TRUE(Clip({{0, 0, 0, 0}}, inside).empty());
+    EXPECT_TRUE(Clip({{0, 0, 0, 0}, {1, 1, 0, 0}}, inside).empty());
+    EXPECT_NEAR(AreaOf(Clip(clip, around)), AreaOf(clip), 1e-6);
+    EXPECT_EQ(Clip(clip, clip), Clip(clip, clip));
+    EXPECT_NEAR(AreaOf(Clip(reversed, Ring(9, 8, 4, 0))), AreaOf(Clip(clip, Ring(9, 8, 4, 0))), 1e-9);
+
+    // A cut vertex has z 0 and w 1. The clip is walked clockwise from its closing edge.
+    const Quads unit = {{0, 0, 0, 0}, {0, 2, 0, 0}, {2, 2, 0, 0}, {2, 0, 0, 0}};
+    const Quads wedge = {{1, 1, 5, 7}, {3, 1, 5, 7}, {1, 1.5, 5, 7}};
+    EXPECT_EQ(Clip(unit, wedge), (Quads{{1, 1, 5, 7}, {2, 1, 0, 1}, {2, 1.25, 0, 1}, {1, 1.5, 5, 7}}));
+    // On the edge, within the tolerance, is outside.
+    EXPECT_TRUE(Clip(unit, {{0, 0.5, 0, 0}, {-1, 1, 0, 0}, {4e-7, 1, 0, 0}}).empty());
+    // Across the tolerance on a way nearly parallel to the edge: the numerators, undivided.
+    const double x = 2 - 5e-7, across = 1e-13;
+    const Quads parallel = Clip(unit, {{x - across, 0.5, 0, 0}, {x + across, 1.5, 0, 0}, {1, 1, 0, 0}});
+    ASSERT_EQ(parallel.size(), 4u);
+    EXPECT_EQ(parallel[1].x, 4 * ((x + across) - (x - across)));
+    EXPECT_NEAR(parallel[1].y, -1e-6, 1e-9);
+    Quads odd = {{kNaN, 0, 0, 0}, {kInfinity, 1, 0, 0}, {0, 1, 0, 0}, {1, 0, 0, 0}};
+    EXPECT_LE(Clip(clip, odd).size(), 20u);
+    EXPECT_LE(Clip(odd, clip).size(), 20u);
+    M_PolyPolyClip2D(&odd, &odd, &odd);
+    EXPECT_LE(odd.size(), 20u);
+}
+
+}  // namespace
