@@ -288,7 +288,7 @@ void U_AnyTreeWrapper::put(const U_AnyTreeKey& key, const U_Any& value)
 
 void U_AnyTreeWrapper::put(const U_AnyTreeKey& key, const U_AnyTreeWrapper& tree)
 {
-    Tree copy(U_Any(U_Any::Type_TREE));
+    Tree copy{U_Any(U_Any::Type_TREE)};
     Up_CopyChildren(*tree.m_tree, copy);
     PutTree(key.str(), copy);
 }
@@ -312,7 +312,7 @@ void U_AnyTreeWrapper::push_back(const U_AnyTreeKey& key, const U_Any& value)
 
 void U_AnyTreeWrapper::push_back(const U_AnyTreeKey& key, const U_AnyTreeWrapper& tree)
 {
-    Tree copy(U_Any(U_Any::Type_TREE));
+    Tree copy{U_Any(U_Any::Type_TREE)};
     Up_CopyChildren(*tree.m_tree, copy);
     Up_AppendChild(*m_tree, key.str()).swap(copy);
 }
