@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Job.h"
 #include "Labels.h"
 #include "Transform.h"
 
@@ -55,6 +56,7 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
     app.add_flag("--watch-locks", render.watchLocks,
                  "Print both stacks when two locks are taken both ways round");
     app.add_flag("--quiet", render.quiet, "Show no progress");
+    app.add_flag("--json", render.json, "Print the summary as JSON, and all else to standard error");
 }
 
 void AddGenerateOptions(CLI::App& command, GenerateOptions& generate)
@@ -80,6 +82,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode)
     CLI::App app{kAbout, "qlhost"};
     app.footer(kExitCodes);
     AddRenderOptions(app, options.render);
+    AcceptJob(app);
     auto* command = app.add_subcommand("generate", "Makes the sample clip");
     AddGenerateOptions(*command, generate);
 

@@ -41,6 +41,7 @@ struct RenderOptions {
     bool english = false;
     bool watchLocks = false;
     bool quiet = false;
+    bool json = false;
 };
 
 struct Options {

@@ -17,6 +17,7 @@
 #include "Plugins.h"
 #include "RenderRun.h"
 #include "Summary.h"
+#include "SummaryJson.h"
 
 namespace qlhost {
 namespace {
@@ -38,6 +39,8 @@ int Generate(const GenerateOptions& options)
 
 int Render(const RenderOptions& options)
 {
+    std::optional<StandardOutput> json;
+    if (options.json) json.emplace();
     std::string why;
     const Clip clip = ListClip(options.clip, why);
     if (clip.frames.empty()) return Fail(kExitUnusableFolder, why);
@@ -71,17 +74,20 @@ int Render(const RenderOptions& options)
         plugins->Tell(HOST_RUN_ENDED, static_cast<int>(clip.frames.size()),
                       static_cast<int>(run.cache.failed));
     U_DisplayPostedErrors();
-    PrintSummary(run, memory, timeline, rate);
+    if (!json) PrintSummary(run, memory, timeline, rate);
     if (plugins) plugins->PrintCount();
     if (watch)
         std::printf("Locks     %d orders seen, %d both ways round\n", watch->Orders(), watch->Inversions());
+    std::vector<std::filesystem::path> files;
     for (const auto& [name, written] :
          {std::pair{"memory.png", DrawMemory(memory, options.out / "memory.png")},
           std::pair{"timeline.png", DrawTimeline(timeline, run.seconds, options.out / "timeline.png")},
           std::pair{"contact.png", DrawContactSheet(run, rate, options.out / "contact.png")}}) {
         if (!written) return Fail(kExitUnusableFolder, "cannot write " + (options.out / name).string());
-        std::printf("Wrote     %s\n", (options.out / name).c_str());
+        files.push_back(options.out / name);
+        std::printf("Wrote     %s\n", files.back().c_str());
     }
+    if (json) json->Print(SummaryTree(run, memory, timeline, rate, watch ? &*watch : nullptr, files));
     if (run.interrupted) return kExitInterrupted;
     return run.cache.failed ? kExitSomeFramesFailed : kExitDone;
 }

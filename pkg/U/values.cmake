@@ -4,5 +4,5 @@ ql_package(U HEADERS headers INSTALL U_Any.h U_AnyTree.h U_ColorRGBA.h PRIVATE i
   indep/U_AnyTree_Shapes.cpp indep/U_AnyTree_Write.cpp)
 
 ql_tests(U_values_tests SOURCES
-  tests/U_AnyJSON_test.cpp tests/U_AnyTree_test.cpp tests/U_Any_test.cpp
+  tests/ValuesGuide_test.cpp tests/U_AnyJSON_test.cpp tests/U_AnyTree_test.cpp tests/U_Any_test.cpp
   LIBS ql_test_support)
