@@ -39,6 +39,18 @@ void ShowInput(const boost::shared_ptr<CheckoutReceipt>& receipt, const AnyImage
 
 }  // namespace
 
+bool ShowOverInput(RenderFrameData& data, const FrozenResultCache& store, FrameIndex frame,
+                   const StoredFrame& stored, OutputIndex index)
+{
+    const auto input = data.CheckoutInputImage(data.GetCurrentFrame());
+    const AnyImageView output = data.AllocateOutput(index);
+    ShowInput(input, output);
+    if (!stored || ShowFrame(*stored, store, output)) return true;
+    ShowInput(input, output);
+    ReportDamagedFrame(frame);
+    return false;
+}
+
 void SpanManager::SetRenderingMode(RenderingMode mode)
 {
     if (mode == RenderingMode_Normal) {
@@ -95,16 +107,9 @@ void SpanManager::GetFrozenFrameSet(RenderFrameData&, std::set<int>& frames, int
 bool SpanManager::FrozenRender(RenderFrameData& data, FrameIndex frame, OutputIndex index)
 {
     const auto store = frozenData;
-    const StoredFrame stored = FindFrame(
-        renderingMode == RenderingMode_Frozen ? store->frozenSegmentation : store->retainedSegmentation,
-        frame);
-    const auto input = data.CheckoutInputImage(data.GetCurrentFrame());
-    const AnyImageView output = data.AllocateOutput(index);
-    ShowInput(input, output);
-    if (stored && !ShowFrame(*stored, *store, output)) {
-        ShowInput(input, output);
-        ReportDamagedFrame(frame);
-    }
+    const auto& frames =
+        renderingMode == RenderingMode_Frozen ? store->frozenSegmentation : store->retainedSegmentation;
+    ShowOverInput(data, *store, frame, FindFrame(frames, frame), index);
     return true;
 }
 

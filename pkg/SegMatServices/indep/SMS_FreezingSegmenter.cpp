@@ -57,9 +57,7 @@ bool FreezingSegmenter::Render(int frame, Segmenter* segmenter, RenderFrameData&
 {
     auto& spanData = dynamic_cast<SpanRenderFrameData&>(data);
     const FrameIndex global = spanData.LocalToGlobalFrameIndex(frame);
-    if (!spanData.HasInteractiveStroke() && IsServedFromStore(global)) {
-        return manager->FrozenRender(spanData, global, index);
-    }
+    if (!spanData.HasInteractiveStroke() && ServeFromStore(spanData, global, index)) return true;
     if (!wrapped) return false;
 
     const bool rendered = wrapped->Render(frame, segmenter, data, other, cache, status, type, index);
@@ -74,13 +72,22 @@ bool FreezingSegmenter::Render(int frame, Segmenter* segmenter, RenderFrameData&
     return rendered;
 }
 
-// A matter always renders: in the frozen mode it is its trimap that comes from the store.
-bool FreezingSegmenter::IsServedFromStore(FrameIndex global) const
+// A matter always renders: in the frozen mode it is its trimap that comes from the store. A frozen frame that is not
+// there or damaged has nobody else to ask; a retained one has, and makes way for what is rendered now.
+bool FreezingSegmenter::ServeFromStore(RenderFrameData& data, FrameIndex global, OutputIndex index)
 {
     if (isMatter) return false;
-    if (manager->renderingMode == SpanManager::RenderingMode_Frozen) return true;
-    return manager->renderingMode == SpanManager::RenderingMode_Normal && manager->IsRetained(global) &&
-           manager->frozenData->retainedSegmentation.count(global) != 0;
+    if (manager->renderingMode == SpanManager::RenderingMode_Frozen) {
+        return manager->FrozenRender(data, global, index);
+    }
+    if (manager->renderingMode != SpanManager::RenderingMode_Normal || !manager->IsRetained(global))
+        return false;
+    const auto store = manager->frozenData;
+    const StoredFrame stored = FindFrame(store->retainedSegmentation, global);
+    if (!stored) return false;
+    if (ShowOverInput(data, *store, global, stored, index)) return true;
+    store->retainedSegmentation.erase(global);
+    return false;
 }
 
 void FreezingSegmenter::KeepMatte(RenderFrameData& data, FrameIndex global)

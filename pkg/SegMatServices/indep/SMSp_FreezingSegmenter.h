@@ -30,7 +30,7 @@ class FreezingSegmenter final : public Matter {
     void PurgeAll() override;
 
   private:
-    bool IsServedFromStore(FrameIndex global) const;
+    bool ServeFromStore(RenderFrameData& data, FrameIndex global, OutputIndex index);
     void KeepMatte(RenderFrameData& data, FrameIndex global);
     void KeepFrozen(RenderFrameData& data, FrameIndex global, OutputIndex index, bool rendered);
     void KeepRetained(RenderFrameData& data, FrameIndex global, OutputIndex index);

@@ -27,6 +27,11 @@ StoredFrame FindFrame(const FrozenResultCache::Frames& map, FrameIndex frame);
 bool ShowFrame(const U_UTF8String& stored, const FrozenResultCache& store, const AnyImageView& target);
 void ReportDamagedFrame(FrameIndex frame);
 
+// Shows the input image of the current frame in an output, and over it a frame of `store`, if `stored` is one. False
+// if that was damaged: it is reported, and the input is what is seen.
+bool ShowOverInput(RenderFrameData& data, const FrozenResultCache& store, FrameIndex frame,
+                   const StoredFrame& stored, OutputIndex index);
+
 }  // namespace tessaly
 
 #endif

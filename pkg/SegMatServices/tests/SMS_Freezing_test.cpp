@@ -136,9 +136,14 @@ TEST_F(Freezing, ServesWhatIsRetained)
     EXPECT_EQ(Pixel(5), 105);
     EXPECT_EQ(Pixel(4), 4);
     EXPECT_EQ(Store().width, 4);
+    Damage(Store().retainedSegmentation, 5);
+    EXPECT_EQ(Pixel(5), 5);  // rendered, and retained, anew
+    EXPECT_EQ(Reports().size(), 1u);
+    m_script.paint = 50;
+    EXPECT_EQ(Pixel(5), 5);
     m_spans.ClearRetainedSegmentation();
     EXPECT_EQ(Store().width, 0);
-    EXPECT_EQ(Pixel(5), 5);
+    EXPECT_EQ(Pixel(5), 55);
     EXPECT_TRUE(Store().retainedSegmentation.empty());
 }
 
