@@ -150,8 +150,8 @@ U_EXPORT Err MVSendMessage(MVPlugin* plugin, const char* caller, const char* sel
 
 /// Counts one more user of a plug-in's code, and loads it when it is not in memory ("Reload").
 ///
-/// access   null on failure; but when the plug-in answers "Reload" with a result of its own, which is then
-///          thrown and returned, the access is there and counted
+/// access   null on failure; but when code was loaded and answers "Reload" by a result of its own, which is then
+///          thrown and returned, or by an exception, the access is there and counted
 /// returns  0; "NMVP" with a V1 adapter; "!Acq" when there is no code to load (and the plug-in is broken from
 ///          then on), or no plug-in behind its adapter; 4; the code of the adapter
 U_EXPORT Err MVAcquirePlugin(MVPlugin* plugin, MVAccess** access);

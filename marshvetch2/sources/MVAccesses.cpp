@@ -201,8 +201,8 @@ Err mvDestroyAccess(MVAccess* access)
 // plug-in loads anew while it is told to unload goes at the end, without a word.
 void mvUnloadAll(const MVPluginList* list)
 {
-    const MVBusy busy;
-    const uint32_t serial = ++g_mvRuntime->flushSerial;
+    const MVFlushScope scope;
+    const uint32_t serial = g_mvRuntime->flushSerial;
     for (const bool builtIn : {false, true}) {
         const auto isNext = [=](const MVAccess* access) {
             return access->flushSerial != serial && Belongs(access, list) &&

@@ -2,7 +2,7 @@
 //
 // Messages of a flush may load and release other plug-ins, and so change the list that is walked. Each flush has a
 // number; an access that it has seen carries it, and one that comes meanwhile carries it from the start. So the walk
-// begins at the head again after each access, and ends.
+// begins at the head again after each access, and ends. A flush inside a flush does nothing.
 #include "MVp_Accesses.h"
 #include "MVp_Edge.h"
 #include "U_TrySection.h"
@@ -38,21 +38,6 @@ MVAccess* NextUnseen(int32_t disposeType)
     return nullptr;
 }
 
-class FlushScope {
-  public:
-    FlushScope()
-    {
-        g_mvRuntime->flushing = true;
-        ++g_mvRuntime->flushSerial;
-    }
-    ~FlushScope() { g_mvRuntime->flushing = false; }
-    FlushScope(const FlushScope&) = delete;
-    FlushScope& operator=(const FlushScope&) = delete;
-
-  private:
-    MVBusy m_busy;
-};
-
 }  // namespace
 
 Err mvFlushAccesses(MVFlushProc flushProc, int32_t* flushed, int32_t disposeType)
@@ -62,7 +47,7 @@ Err mvFlushAccesses(MVFlushProc flushProc, int32_t* flushed, int32_t disposeType
         mvAssert("a flush is asked for inside a flush");
         return U_Err_NONE;
     }
-    const FlushScope scope;
+    const MVFlushScope scope;
     if (!flushProc) flushProc = mvDefaultFlush;
     while (MVAccess* access = NextUnseen(disposeType)) {
         int32_t shouldFlush = 0;

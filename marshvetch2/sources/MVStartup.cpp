@@ -198,6 +198,7 @@ Err MVStartupPlugins(void)
 {
     if (!g_mvRuntime) return MV_Err_PARAMETER;
     const MVBusy busy;
+    g_mvRuntime->accessPoint = MV_AccessPoint_NONE;
     for (MVAdapter* adapter = g_mvRuntime->adapters; adapter; adapter = adapter->next) adapter->count = 0;
     return U_TrySection([]() -> Err {
         const Err error = mvStartupPlugins();

@@ -14,6 +14,22 @@ struct MVAccess {
     int32_t calls;         // under way in this code: it must not go
 };
 
+/// A flush under way: nested ones do nothing, and accesses that come meanwhile are not its own.
+class MVFlushScope {
+  public:
+    MVFlushScope()
+    {
+        g_mvRuntime->flushing = true;
+        ++g_mvRuntime->flushSerial;
+    }
+    ~MVFlushScope() { g_mvRuntime->flushing = false; }
+    MVFlushScope(const MVFlushScope&) = delete;
+    MVFlushScope& operator=(const MVFlushScope&) = delete;
+
+  private:
+    MVBusy m_busy;
+};
+
 /// The runtime's access of a plug-in, or null.
 MVAccess* mvFindAccess(const MVPlugin* plugin);
 

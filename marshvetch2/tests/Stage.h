@@ -111,6 +111,7 @@ class Stage : public qltest::Library {
 
     void TearDown() override
     {
+        m_isOver = true;
         EXPECT_EQ(MVTerm(), 0);
         for (const std::string& sentence : sentences)
             EXPECT_EQ(sentence.find("never freed"), std::string::npos) << sentence;
@@ -128,7 +129,7 @@ class Stage : public qltest::Library {
             if (call.caller == MV_Caller_ACCESS)
                 line += ' ' + std::to_string(call.As<MVAccessMessage>().accessPoint);
             log.push_back(line);
-            return act ? act(call) : 0;
+            return act && !m_isOver ? act(call) : 0;
         };
         return &m_actors.emplace_back(name, logged);
     }
@@ -165,6 +166,7 @@ class Stage : public qltest::Library {
     }
 
     std::deque<Actor> m_actors;
+    bool m_isOver = false;  // what the lambdas refer to is gone
 };
 
 inline const MVHostProcs Stage::kProcs = {
