@@ -49,7 +49,7 @@ void CacheIndex::PurgeAll()
 boost::shared_ptr<Value> CacheIndex::CheckoutOrRender(zvkcore::utility::Guid identity, Computator& computator)
 {
     const long long key = computator.GetCacheKey();
-    if (const auto found = Find(identity, key, SearchTolerance_Exact)) return found;
+    if (auto found = Find(identity, key, SearchTolerance_Exact)) return found;
     const zvkcore::utility::Timer timer;
     auto value = computator.Compute();
     const auto cost = static_cast<float>(static_cast<double>(timer.Elapsed()) / kNanosInASecond);
