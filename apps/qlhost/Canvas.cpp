@@ -3,7 +3,6 @@
 #include <cairo.h>
 
 #include <algorithm>
-#include <vector>
 
 namespace qlhost {
 
@@ -49,6 +48,13 @@ void Canvas::Line(double x0, double y0, double x1, double y1)
 void Canvas::Fill(double x, double y, double width, double height)
 {
     cairo_rectangle(m_surface->cairo, x, y, width, height);
+    cairo_fill(m_surface->cairo);
+}
+
+void Canvas::FillShape(const std::vector<std::pair<double, double>>& corners)
+{
+    cairo_new_path(m_surface->cairo);
+    for (const auto& [x, y] : corners) cairo_line_to(m_surface->cairo, x, y);
     cairo_fill(m_surface->cairo);
 }
 

@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace qlhost {
 
@@ -26,6 +28,7 @@ class Canvas {
     void Colour(const Rgb& colour);
     void Line(double x0, double y0, double x1, double y1);
     void Fill(double x, double y, double width, double height);
+    void FillShape(const std::vector<std::pair<double, double>>& corners);
     void Write(double x, double y, const std::string& text, Align align = Align::Left, double size = 14);
     /// Places rows of RGBA, whose alpha is not looked at.
     void Place(double x, double y, int width, int height, const std::uint8_t* rgba);

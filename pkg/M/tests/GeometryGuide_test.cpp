@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "M_Matrix.h"
+#include "M_Polygon.h"
 #include "M_Rotation.h"
 #include "QLTest.h"
 
@@ -57,6 +58,22 @@ TEST_F(GeometryGuide, Space)
     M_ConcatMatrix4(&m, &m, &whole);
     M_QuatToMatrix4(&to, &expected);
     EXPECT_TRUE(M_EqualMatrixWithinEpsilon(&whole, &expected, 1e-15));
+}
+
+TEST_F(GeometryGuide, Polygons)
+{
+    std::vector<M_Vector2> points = {{0, 0}, {4, 0}, {2, 1}, {4, 3}, {0, 3}, {2, 0}};
+    std::vector<M_Vector2> hull;
+    M_ComputeConvexHull(points.begin(), points.end(), hull);
+    const double area = M_SignedPolygonArea2D(hull.data(), static_cast<int>(hull.size()));
+    EXPECT_EQ(hull.size(), 4u);
+    EXPECT_EQ(area, 12);
+
+    std::vector<M_Vector4> frame = {{0, 0, 0, 1}, {4, 0, 0, 1}, {4, 3, 0, 1}, {0, 3, 0, 1}};
+    std::vector<M_Vector4> mask = {{2, 1, 0, 1}, {6, 1, 0, 1}, {6, 2, 0, 1}, {2, 2, 0, 1}};
+    M_PolyPolyClip2D(&frame, &mask, &mask);
+    EXPECT_EQ(mask.size(), 4u);
+    for (const M_Vector4& p : mask) EXPECT_LE(p.x, 4);
 }
 
 }  // namespace
