@@ -5,8 +5,6 @@
 #include <random>
 #include <vector>
 
-#include "FailingAllocator.h"
-
 namespace zvkcore::filesupport {
 namespace {
 
@@ -87,29 +85,6 @@ TEST(ZipByteStream, RefusesWhatIsNotItsForm)
     Bytes few(10);
     EXPECT_THROW(unzip.Get(few), StreamError);
     EXPECT_THROW(unzip.Get(), StreamError);
-}
-
-TEST(ZipByteStream, LeavesItsTargetAloneWithoutMemory)
-{
-    const Bytes bytes = Noise(20000);
-    const UTF8String wanted = Zip(bytes);
-    UTF8String stored;
-    bool touched = false;
-    qltest::EveryAllocationFails([&] {
-        stored = UTF8String{};
-        try {
-            OStringByteStream target(stored);
-            OZipByteStream zip(target, 5);
-            zip.Put(bytes);
-            zip.Flush();
-        } catch (const std::bad_alloc&) {
-            touched |= !stored.empty();
-            throw;
-        }
-        return true;
-    });
-    EXPECT_FALSE(touched);
-    EXPECT_EQ(stored, wanted);
 }
 
 }  // namespace
