@@ -119,11 +119,37 @@ bool TakeNeededSuite()
     return available != 0;
 }
 
+// How often the pass goes back. It may while plug-ins start, and as often more as there are plug-ins that might have
+// published something before they failed; one that publishes another version at each try must not keep it going.
+class Retries {
+  public:
+    bool MayGoBack()
+    {
+        const int32_t started = CountStarted();
+        if (started > m_started) m_fruitless = 0;
+        m_started = started;
+        return ++m_fruitless <= g_mvRuntime->plugins->count;
+    }
+
+  private:
+    static int32_t CountStarted()
+    {
+        int32_t started = 0;
+        for (const MVPlugin* plugin = g_mvRuntime->plugins->head; plugin; plugin = plugin->next)
+            started += mvHas(plugin, kStateStarted);
+        return started;
+    }
+
+    int32_t m_started = 0;
+    int32_t m_fruitless = 0;
+};
+
 // From the head again whenever a suite has come that somebody had looked for: those that failed for want of it get
 // another try.
 Err StartInOrder()
 {
     bool plainOnesBegan = false;
+    Retries retries;
     for (MVPlugin* plugin = g_mvRuntime->plugins->head; plugin;) {
         MVPlugin* next = plugin->next;
         if (!mvIsV1(plugin)) {
@@ -134,7 +160,7 @@ Err StartInOrder()
             if (!mvHas(plugin, kStateStarted | kStateHeldBack) &&
                 g_mvRuntime->procs.overrideStartup(g_mvRuntime->hostData, plugin) == 0)
                 startupMarshVetchPlugin(plugin);
-            if (TakeNeededSuite()) next = g_mvRuntime->plugins->head;
+            if (TakeNeededSuite() && retries.MayGoBack()) next = g_mvRuntime->plugins->head;
         }
         plugin = next;
     }

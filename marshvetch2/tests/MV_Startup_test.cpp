@@ -113,6 +113,20 @@ TEST_F(Startup, TriesAgainWhenANeededSuiteAppears)
     EXPECT_LE(log.size(), 100u);
 }
 
+TEST_F(Startup, EndsThoughOnePublishesAtEachTry)
+{
+    int32_t version = 0;
+    Add("endless", [&](const Call& call) {
+        const void* procs = nullptr;
+        if (!call.Is("Startup")) return 0;
+        const Err missing = MVAcquireSuite(nullptr, "A", 1, ++version, &procs);
+        MVAddSuite(nullptr, call.Data().self, "A", 1, version, "table", nullptr);
+        return missing;
+    });
+    EXPECT_EQ(MVStartupPlugins(), 0);
+    EXPECT_EQ(version, 2);
+}
+
 TEST_F(Startup, BreaksWhatFailsOtherwise)
 {
     const struct {
