@@ -66,7 +66,7 @@ LibraryLife::~LibraryLife()
     if (m_born) U_Death();
 }
 
-bool LibraryLife::Speak(const RenderOptions& options, std::string& why)
+bool Speak(const RenderOptions& options, std::string& why)
 {
     if (options.english) U_ZStringSetEnglish();
     if (options.dictionary.empty()) return true;

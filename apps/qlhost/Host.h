@@ -8,6 +8,9 @@
 
 namespace qlhost {
 
+/// Sets the language that the options ask for; the library must be born. On failure `why` says what is wrong.
+bool Speak(const RenderOptions& options, std::string& why);
+
 class LibraryLife {
   public:
     /// Births the library on this thread and sets what the options say. On failure `why` says in one line what is
@@ -20,7 +23,6 @@ class LibraryLife {
     bool Born() const { return m_born; }
 
   private:
-    bool Speak(const RenderOptions& options, std::string& why);
     bool m_born = false;
 };
 

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "Host.h"
 #include "Messages.h"
-#include "Options.h"
 
 namespace qlhost {
 namespace {
@@ -217,7 +217,7 @@ void PluginLife::PrintTable() const
     PrintUnusableFiles();
 }
 
-int ShowPlugins(const std::filesystem::path& folder)
+int ShowPlugins(const std::filesystem::path& folder, const RenderOptions& options)
 {
     if (const Err err = U_Birth("qlhost", false)) {
         std::fprintf(stderr, "qlhost: the library cannot start: error %d\n", err);
@@ -226,7 +226,7 @@ int ShowPlugins(const std::filesystem::path& folder)
     // The table has all reasons; nobody is to be stopped by a dialog for each of them as well.
     U_StartQuietErrorsOnCurrentThread(1);
     std::string why;
-    {
+    if (Speak(options, why)) {
         const PluginLife life{folder, why};
         if (life.Started()) life.PrintTable();
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Options.h"
 #include "SampleMessages.h"
 
 namespace qlhost {
@@ -42,9 +43,9 @@ class PluginLife {
     bool m_started = false;
 };
 
-/// The command "plugins": starts the plug-ins of a folder, prints the table, and shuts them down. Gives the exit
-/// code.
-int ShowPlugins(const std::filesystem::path& folder);
+/// The command "plugins": starts the plug-ins of a folder, prints the table in the language that the options ask for,
+/// and shuts them down. Gives the exit code.
+int ShowPlugins(const std::filesystem::path& folder, const RenderOptions& options);
 
 }  // namespace qlhost
 

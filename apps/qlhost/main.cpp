@@ -100,6 +100,6 @@ int main(int argc, char** argv)
     int exitCode = 0;
     const auto options = qlhost::ParseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
-    if (options->showPlugins) return qlhost::ShowPlugins(*options->showPlugins);
+    if (options->showPlugins) return qlhost::ShowPlugins(*options->showPlugins, options->render);
     return options->generate ? qlhost::Generate(*options->generate) : qlhost::Render(options->render);
 }
