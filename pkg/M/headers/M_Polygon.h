@@ -9,7 +9,8 @@
 /// what others do is told where it matters, and is never worse than a result without meaning.
 ///
 /// threads  any; no shared state
-/// errors   nothing is reported. Running out of memory throws what the standard containers throw
+/// errors   nothing is reported. Running out of memory throws what the standard containers throw, and leaves outputs
+///          as they were
 #ifndef M_POLYGON_H
 #define M_POLYGON_H
 

@@ -48,10 +48,11 @@ struct Rows {
     M_Vector3 r0, r1, r2;
 };
 
-bool IsLocked(double cosine)
+// Whether a sine or cosine is too small to tell an angle by.
+bool CountsAsZero(double value)
 {
     constexpr double kLock = 1e-5;
-    return cosine > -kLock && cosine < kLock;
+    return value > -kLock && value < kLock;
 }
 
 double ArcSine(double sine)
@@ -64,7 +65,7 @@ M_Vector3 AnglesOfZYX(const Rows& r)
 {
     const double y = ArcSine(r.r2.x);
     const double c = std::cos(y);
-    if (IsLocked(c)) return {0, y, std::atan2(r.r0.y, r.r1.y)};
+    if (CountsAsZero(c)) return {0, y, std::atan2(r.r0.y, r.r1.y)};
     const double k = 1 / c;
     return {std::atan2(k * -r.r2.y, k * r.r2.z), y, std::atan2(k * -r.r1.x, k * r.r0.x)};
 }
@@ -74,12 +75,12 @@ M_Vector3 AnglesOfXYZ(const Rows& r)
 {
     const double minus_y = ArcSine(r.r0.z);
     const double c = std::cos(minus_y);
-    if (!IsLocked(c)) {
+    if (!CountsAsZero(c)) {
         const double k = 1 / c;
         return {std::atan2(k * r.r1.z, k * r.r2.z), -minus_y, std::atan2(k * r.r0.y, k * r.r0.x)};
     }
     // A half turn or none is shown as one about Z, where people look for it.
-    if (IsLocked(r.r2.y)) return {0, -minus_y, Mp_AreNearlyEqual(r.r1.y, -1) ? std::numbers::pi : 0};
+    if (CountsAsZero(r.r2.y)) return {0, -minus_y, Mp_AreNearlyEqual(r.r1.y, -1) ? std::numbers::pi : 0};
     return {-std::atan2(r.r2.y, r.r1.y), -minus_y, 0};
 }
 

@@ -4,7 +4,9 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <utility>
 
+#include "FailingAllocator.h"
 #include "Mp_Hull.h"
 #include "QLTest.h"
 
@@ -112,48 +114,63 @@ TEST(Hull, OfSmallAndOfOddPoints)
 TEST(Hull, HoldsItsPointsToWithinACell)
 {
     std::mt19937_64 random(kSeed);
-    std::normal_distribution<double> value(1e6, 300);
-    Polygon points(5000);
-    double x[2] = {1e300, -1e300}, y[2] = {1e300, -1e300};
-    for (M_Vector2& p : points) {
-        p = {value(random), value(random)};
-        x[0] = std::min(x[0], p.x), x[1] = std::max(x[1], p.x);
-        y[0] = std::min(y[0], p.y), y[1] = std::max(y[1], p.y);
+    std::uniform_real_distribution<double> value(-1, 1);
+    Polygon points = {{1e6, 1e6 - 300}, {1e6 + 300, 1e6}, {1e6, 1e6 + 300}, {1e6 - 300, 1e6}};
+    while (points.size() < 5000) {
+        const M_Vector2 p = {1e6 + 300 * value(random), 1e6 + 300 * value(random)};
+        if (std::hypot(p.x - 1e6, p.y - 1e6) < 300) points.push_back(p);
     }
     Polygon hull = HullOf(points);
     EXPECT_TRUE(M_IsConvex(hull.begin(), hull.end()));
-    const double step = std::max(x[1] - x[0], y[1] - y[0]) * 0x1p-29;
+    const double step = 600 * 0x1p-29;
     for (size_t i = 0; i < hull.size(); ++i) {
         const M_Vector2 a = hull[i], b = hull[(i + 1) % hull.size()];
-        const double length = std::hypot(b.x - a.x, b.y - a.y);
         double nearest = 1e300;
         for (const M_Vector2& p : points) {
             const double side = (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x);
-            ASSERT_GT(side / length, -2 * step);
+            ASSERT_GT(side / std::hypot(b.x - a.x, b.y - a.y), -2 * step);
             nearest = std::min(nearest, std::max(std::fabs(p.x - a.x), std::fabs(p.y - a.y)));
         }
         ASSERT_LT(nearest, step);
     }
-    // Every kind of point and iterator; what is behind the second component stays, or is 0.
-    std::vector<M_Vector4> quads, out = {{9, 9, 9, 9}};
+    // Other kinds of points and iterators; what is behind the second component stays, or is 0.
+    Quads quads, out = {{9, 9, 9, 9}};
     std::vector<M_Vector3> triples;
-    std::vector<zvkcore::geom::PointT<float>> floats;
+    std::vector<zvkcore::geom::PointT<float>> floats, float_hull;
     for (const M_Vector2& p : points) {
         quads.push_back({p.x, p.y, 5, 5});
         triples.push_back({p.x, p.y, 5});
         floats.push_back({static_cast<float>(p.x), static_cast<float>(p.y)});
     }
-    const auto* const quads_begin = quads.data();
-    M_ComputeConvexHull(quads_begin, quads_begin + quads.size(), out);
+    M_ComputeConvexHull(std::as_const(quads).data(), std::as_const(quads).data() + quads.size(), out);
     ASSERT_EQ(out.size(), hull.size());
     EXPECT_EQ(out[0], (M_Vector4{hull[0].x, hull[0].y, 9, 9}));
     EXPECT_EQ(out[1], (M_Vector4{hull[1].x, hull[1].y, 0, 0}));
     M_ComputeConvexHull(triples.begin(), triples.end(), triples);  // into itself
-    ASSERT_EQ(triples.size(), hull.size());
+    EXPECT_EQ(triples.size(), hull.size());
     EXPECT_TRUE(M_IsConvex(triples.begin(), triples.end()) && M_IsConvex(quads.end(), quads.end()));
-    std::vector<zvkcore::geom::PointT<float>> float_hull;
     M_ComputeConvexHull(floats.data(), floats.data() + floats.size(), float_hull);
-    EXPECT_NEAR(float_hull[0].y, y[0], 0.1);
+    EXPECT_EQ(float_hull[0].y, 1e6f - 300);
+}
+
+TEST(Hull, LeavesTheOutputAloneWhenMemoryRunsOut)
+{
+    const Polygon points = {{0, 0}, {4, 0}, {4, 4}, {0, 4}, {2, 2}};
+    const Quads clip = {{0, 0, 0, 0}, {4, 0, 0, 0}, {4, 4, 0, 0}};
+    bool kept = true;
+    qltest::EveryAllocationFails([&] {
+        Polygon hull;
+        Quads left;
+        try {
+            M_ComputeConvexHull(points.begin(), points.end(), hull);
+            M_PolyPolyClip2D(&clip, &clip, &left);
+        } catch (const std::bad_alloc&) {
+            kept = kept && (hull.empty() || hull.size() == 4) && left.empty();
+            throw;
+        }
+        return true;
+    });
+    EXPECT_TRUE(kept);
 }
 
 TEST(Polygons, Convexity)
