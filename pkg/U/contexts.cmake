@@ -12,6 +12,7 @@ ql_package(U_contexts HEADERS headers
     mac-linux-ios-android/U_TerminalKeys.cpp)
 ql_tests(U_contexts_tests
   SOURCES
+    tests/ContextsGuide_test.cpp
     tests/U_Context_test.cpp
     tests/U_SuspendContext_test.cpp
     tests/U_BigMutex_test.cpp
