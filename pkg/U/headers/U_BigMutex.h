@@ -1,7 +1,7 @@
-/// The big mutex: one recursive mutex of the process that renders take around code that is not safe for threads.
+/// The big mutex: one recursive mutex of the process that renders take around what is not safe for threads.
 ///
-/// The lock is held on behalf of a render context, not of a thread: nested scopes of one render do nothing, and a
-/// render can give the lock up around a wait and take it back. The main thread never takes it.
+/// The lock is held on behalf of a render context, not of a thread: nested scopes of one render do nothing,
+/// and a render can give the lock up around a wait and take it back. The main thread never takes it.
 ///
 ///     {
 ///         U::BigMutexLock lock{{}};  // for the current render
@@ -12,9 +12,9 @@
 ///         }
 ///     }
 ///
-/// Only the thread that took the mutex can give it back. While a render is lent to another thread (U_SuspendContext.h)
-/// its lock stays held, and a suspender there gives nothing up. A lock whose render dies on another thread goes back
-/// at the end of the scope that took it.
+/// Only the thread that took the mutex can give it back. While a render is lent to another thread
+/// (U_SuspendContext.h) its lock stays held, and a suspender there gives nothing up. A lock whose render dies
+/// on another thread goes back at the end of the scope that took it.
 ///
 /// The wait for the mutex ends after 60 seconds with a `std::system_error` (timed out). The debug key
 /// "QL.UseBigMutexR" (default true, read once a process) switches all of this off.
@@ -32,7 +32,7 @@
 
 namespace U {
 
-/// Where a render context keeps its lock. It needs no lock of its own: a render context is on one thread at a time.
+/// Where a render context keeps its lock. It needs no lock: a render context is on one thread at a time.
 class U_EXPORT BigMutexState : public U_RenderState {
   public:
     static const ImmutableString S_StateName;  ///< "BigMutexState"
@@ -85,12 +85,12 @@ class U_EXPORT BigMutexSuspender {
     boost::weak_ptr<U_RenderContext> render_context;
 };
 
-// --- Overrides of multi-threaded rendering ------------------------------------------------------------------
+// --- Overrides of multi-threaded rendering -----------------------------------------------------------------
 //
 // Any thread; a reader sees the latest values.
 
-/// Overrides the user's preference. The percent becomes 100 when `enabled` is false; else 0 leaves it open, and
-/// what is above 100 becomes 100.
+/// Overrides the user's preference. The percent becomes 100 when `enabled` is false; else 0 leaves it open,
+/// and what is above 100 becomes 100.
 U_EXPORT void SetMultiThreadedRenderingOverrides(bool enabled, unsigned char max_cpu_percent);
 /// What is in force: the override, or `default_value` without one.
 U_EXPORT bool GetMultiThreadedRenderingState(bool default_value);

@@ -1,7 +1,7 @@
 /// The identity of one activity: a unit of work that may move between threads but runs on one at a time.
 ///
-/// Code anywhere below asks for the current context instead of carrying it through every call, and hangs data on
-/// it by name.
+/// Code anywhere below asks for the current context instead of carrying it through every call, and hangs data
+/// on it by name.
 ///
 ///     const auto context = U_Context::MakeNewContext();
 ///     context->Activate();
@@ -11,9 +11,9 @@
 ///     ...
 ///     context->Deactivate();
 ///
-/// Ground rules. A context is owned by `boost::shared_ptr`s and held weakly by the thread that it is current on:
-/// the last owner's release ends it, whichever thread that is. A thread has at most one current context, and
-/// beside it at most one const context, for activities that only read. Misuse is reported as a failed
+/// Ground rules. A context is owned by `boost::shared_ptr`s and held weakly by the thread that it is current
+/// on: the last owner's release ends it, whichever thread that is. A thread has at most one current context,
+/// and beside it at most one const context, for activities that only read. Misuse is reported as a failed
 /// verification and thrown as the `int` 3. To lend a context to another thread across a blocking call see
 /// U_SuspendContext.h; for renders see U_RenderContext.h.
 #ifndef U_CONTEXT_H
@@ -43,11 +43,11 @@ class U_EXPORT U_State {
     virtual ~U_State();
 };
 
-/// threads  `GetCurrent` and its kin speak of the calling thread. A context's own functions belong to the thread
-///          that it is current on; registration of states is for any thread
+/// threads  `GetCurrent` and its kin speak of the calling thread. A context's own functions belong to the
+///          thread that it is current on; registration of states is for any thread
 class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context> {
   public:
-    /// What a thread holds weakly: dropping the token from the context expires the thread's view of it at once.
+    /// What a thread holds weakly: dropping the token from the context ends the thread's view of it at once.
     struct ActivationToken {
         boost::weak_ptr<U_Context> context;
     };
@@ -66,8 +66,8 @@ class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context> {
 
     /// Makes this context current on the calling thread. Nested calls on one thread only count.
     ///
-    /// throws   the `int` 3, after a report: the thread's context is gone, another one is active here, or this one
-    ///          is active on another thread
+    /// throws   the `int` 3, after a report: the thread's context is gone, another one is active here, or
+    ///          this one is active on another thread
     virtual void Activate();
     /// The same for the thread's const context. One context may be the const context of several threads.
     virtual void ActivateConst() const;
@@ -86,12 +86,12 @@ class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context> {
     static bool HasCurrentConst();
 
     /// Registers what makes a state of this name for each context made from now on. A name that is registered
-    /// keeps its first factory. A factory runs while factories cannot be registered, and must not register any.
+    /// keeps its first factory. A factory runs while factories cannot be registered, and must register none.
     static void RegisterState(const ImmutableString& name, StateFactory factory);
     /// Takes a factory out; an unknown name is ignored. Living contexts keep their states.
     static void UnregisterState(const ImmutableString& name);
 
-    /// The state of that name, or an empty pointer. Takes no lock: the states never change after construction.
+    /// The state of that name, or an empty pointer. Takes no lock: states never change once made.
     boost::shared_ptr<U_State> GetState(const ImmutableString& name);
     boost::shared_ptr<const U_State> GetState(const ImmutableString& name) const;
 
@@ -101,7 +101,7 @@ class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context> {
 
     /// Looks, without waiting, at the oldest pending key event and takes it from its queue.
     ///
-    /// returns  true for the Escape key; then all other pending key events are dropped too. Any other key is lost
+    /// returns  true for the Escape key; then all other pending key events go too. Any other key is lost
     static bool CheckAbortAndFlushCompletionRoutines();
 
   private:
@@ -135,10 +135,10 @@ constexpr uint16_t kU_KeyCode_Escape = 53;
 /// Where `CheckAbortAndFlushCompletionRoutines` looks for key events.
 ///
 /// when     on the thread that asks
-/// must     not wait and not throw. `next` takes the oldest key-down event from its queue, writes its key code and
-///          returns true; false without an event. `flush` drops all pending key events
-/// default  standard input, when it is a terminal and the process is in its foreground; its modes are as before
-///          on every way out
+/// must     not wait and not throw. `next` takes the oldest key-down event from its queue, writes its key
+///          code and returns true; false without an event. `flush` drops all pending key events
+/// default  standard input, when it is a terminal and the process is in its foreground; its modes are as
+///          before on every way out
 struct U_KeyEventSource {
     bool (*next)(void* refcon, uint16_t* key_code);
     void (*flush)(void* refcon);

@@ -4,9 +4,9 @@
 ///
 ///     zvkcore::debug::deadlocks::InstallDeadLockDetector(U::CreateDeadLockDetector());
 ///
-/// From then on it is told of every named mutex and gate, and keeps, for each thread, which mutexes of the agreed
-/// order the thread holds and where each was taken. It reports nothing: its records are for a debugger. A host that
-/// does not install it pays nothing.
+/// From then on it is told of every named mutex and gate, and keeps, for each thread, which mutexes of the
+/// agreed order the thread holds and where each was taken. It reports nothing: its records are for a
+/// debugger. A host that does not install it pays nothing.
 #ifndef U_DEADLOCK_H
 #define U_DEADLOCK_H
 
@@ -36,7 +36,8 @@ class U_EXPORT ScNotifyHoldingMutexLock {
 using GateOpener = zvkcore::threads::ScopedGateOpener<zvkcore::threads::OpenOnceGate>;
 
 /// Puts a gate opener into a wrapper that can travel through copies and still has exactly one taker.
-U_EXPORT std::shared_ptr<std::shared_ptr<GateOpener>> WrapGateOpener(const std::shared_ptr<GateOpener>& opener);
+U_EXPORT std::shared_ptr<std::shared_ptr<GateOpener>> WrapGateOpener(
+    const std::shared_ptr<GateOpener>& opener);
 
 /// Takes the opener out of the wrapper; whoever comes later gets an empty pointer.
 U_EXPORT std::shared_ptr<GateOpener> UnwrapGateOpener(std::shared_ptr<std::shared_ptr<GateOpener>>& wrapper);

@@ -1,8 +1,8 @@
-/// The identity of one render, as a `U_Context` (U_Context.h) is that of an activity: a current one per thread,
-/// held weakly, an activation count, and named states made by registered factories.
+/// The identity of one render, as a `U_Context` (U_Context.h) is that of an activity: a current one per
+/// thread, held weakly, an activation count, and named states made by registered factories.
 ///
-/// A thread can have a current context and a current render context at once, or either alone. There is no const
-/// form. A render context can be a temporary clone, whose owner supplies its deleter.
+/// A thread can have a current context and a current render context at once, or either alone. There is no
+/// const form. A render context can be a temporary clone, whose owner supplies its deleter.
 ///
 /// Misuse is reported as a failed verification and thrown as the `int` 3.
 #ifndef U_RENDERCONTEXT_H

@@ -2,7 +2,7 @@
 ///
 ///     U_SuspendContext lending;  // the contexts leave this thread
 ///     const Err err = lending.CallOnThreadedExecutor(reader, [&] { return ReadFile(); });
-///                                // ReadFile ran on the reader's thread, under the same contexts and error state
+///                                // ReadFile ran on that thread, under these contexts and error state
 ///     ...                        // at the end of the scope the contexts are this thread's again
 ///
 /// The contexts stay active throughout: only the thread that they sit on changes.
@@ -34,8 +34,8 @@ class U_EXPORT U_SuspendContext {
     /// The result of a call that was given up because of `TerminateAndFailAllSuspendedContexts`.
     static constexpr int kTerminated = 517;
 
-    /// Takes the current context, or else the const one, and the render context off the calling thread; a const
-    /// context stays attached. Without any the object lends nothing, and calls still work.
+    /// Takes the current context, or else the const one, and the render context off the calling thread; a
+    /// const context stays attached. Without any the object lends nothing, and calls still work.
     U_SuspendContext();
     /// Takes the contexts back on the calling thread.
     virtual ~U_SuspendContext();
@@ -46,17 +46,18 @@ class U_EXPORT U_SuspendContext {
 
     boost::shared_ptr<U_RenderContext> GetRenderContext() const;
 
-    /// Runs `function` on the executor's thread under the suspended contexts and the caller's error state, and
-    /// waits for it. On the executor's own thread it takes the contexts back and runs the function in place.
+    /// Runs `function` on the executor's thread under the suspended contexts and the caller's error state,
+    /// and waits for it. On the executor's own thread it takes the contexts back and runs it in place.
     ///
     /// One call at a time; when it has returned, another may follow.
     ///
-    /// returns  what the function returned, or the code of what it threw; 517 after a termination, and then the
-    ///          function may be running still: what it touches must be held by shared pointers
-    /// throws   the `int` 3, after a report, for an empty executor; what the executor throws when it takes no work.
-    ///          In place: what the function throws; `std::bad_function_call` for an empty function
-    int CallOnEventLoopAdaptorExecutor(const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor,
-                                       const std::function<int()>& function);
+    /// returns  what the function returned, or the code of what it threw; 517 after a termination, and then
+    ///          the function may be running still: what it touches must be held by shared pointers
+    /// throws   the `int` 3, after a report, for an empty executor; what the executor throws when it takes no
+    ///          work. In place: what the function throws; `std::bad_function_call` for an empty function
+    int CallOnEventLoopAdaptorExecutor(
+        const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor,
+        const std::function<int()>& function);
     int CallOnThreadedExecutor(const std::shared_ptr<zvkcore::threads::AsyncThreadedExecutor>& executor,
                                const std::function<int()>& function);
 

@@ -1,7 +1,7 @@
-// The big mutex, the state in which a render context keeps its lock, and the overrides of multi-threaded rendering.
+// The big mutex, the state in which a render context keeps its lock, and the overrides of parallel rendering.
 //
-// State: the mutex, from its first use to the end of the process; whether it is used at all, read once; the locks
-// whose state died on another thread, under a mutex of their own; two profiling logs; the override bytes.
+// State: the mutex, from its first use to the end of the process; whether it is used at all, read once; the
+// locks whose state died on another thread, under a mutex of their own; two profiling logs; the overrides.
 #include "U_BigMutex.h"
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 
 #include "U.h"
 #include "Up_ContextCore.h"
+#include "zvkcore/allocator/RecyclingAllocator.h"
 #include "zvkcore/debug/DebugDatabase.h"
 #include "zvkcore/threads/ThreadID.h"
 
@@ -35,7 +36,8 @@ RecursiveMutex& TheBigMutex()
 
 bool IsBigMutexEnabled()
 {
-    static const bool enabled = zvkcore::debug::DebugDatabase::Instance().GetEntryAs<bool>("QL.UseBigMutexR", true);
+    static const bool enabled =
+        zvkcore::debug::DebugDatabase::Instance().GetEntryAs<bool>("QL.UseBigMutexR", true);
     return enabled;
 }
 
@@ -53,8 +55,8 @@ bool IsOfThisThread(const RecursiveMutex::ScopedLock& lock)
     return static_cast<const HeldLock&>(lock).thread == zvkcore::threads::GetCurrentThreadID();
 }
 
-// Locks of states that died on another thread than their own. They are all of one thread, that which has the mutex,
-// and wait here until it passes by.
+// Locks of states that died on another thread than their own. They are all of one thread, that which has the
+// mutex, and wait here until it passes by.
 constinit std::atomic<bool> g_anyAbandoned{false};  // so that who passes by without one pays a read
 
 struct AbandonedLocks {
@@ -94,7 +96,8 @@ void ReleaseAbandoned()
 std::shared_ptr<RecursiveMutex::ScopedLock> TakeMutex()
 {
     ReleaseAbandoned();
-    auto lock = std::make_shared<HeldLock>();
+    // One block from the list of the thread, for the lock and its counts.
+    auto lock = std::allocate_shared<HeldLock>(zvkcore::allocator::RecyclingAllocator<HeldLock>{});
     lock->Lock(kMutexName, kTimeout);
     return lock;
 }
@@ -109,23 +112,26 @@ BigMutexState* StateOf(const boost::shared_ptr<U_RenderContext>& context)
     return dynamic_cast<BigMutexState*>(state);
 }
 
+constinit const std::shared_ptr<zvkcore::debug::ProfileDataLog> kNoLog;
+
 // Logs live for the process, so that a profiler of a late scope still has one.
 const std::shared_ptr<zvkcore::debug::ProfileDataLog>& WaitingLog()
 {
-    static const auto& log = *new auto(
-        CodeProfilerManager::Get().CreateNewProfileDataLog("QL.U.BigMutexLock_Waiting", 1));
+    static const auto& log =
+        *new auto(CodeProfilerManager::Get().CreateNewProfileDataLog("QL.U.BigMutexLock_Waiting", 1));
     return log;
 }
 
 const std::shared_ptr<zvkcore::debug::ProfileDataLog>& TotalLog()
 {
-    static const auto& log = *new auto(CodeProfilerManager::Get().CreateNewProfileDataLog("QL.BigMutexLock_Total", 5));
+    static const auto& log =
+        *new auto(CodeProfilerManager::Get().CreateNewProfileDataLog("QL.BigMutexLock_Total", 5));
     return log;
 }
 
 }  // namespace
 
-// --- The state of a render -----------------------------------------------------------------------------------
+// --- The state of a render ---------------------------------------------------------------------------------
 
 const ImmutableString BigMutexState::S_StateName = ImmutableString::Create("BigMutexState");
 
@@ -134,7 +140,10 @@ boost::shared_ptr<U_RenderState> BigMutexState::Create(U_RenderContext* /*contex
     return boost::shared_ptr<U_RenderState>{new BigMutexState};
 }
 
-ImmutableString BigMutexState::GetStateName() const { return S_StateName; }
+ImmutableString BigMutexState::GetStateName() const
+{
+    return S_StateName;
+}
 
 BigMutexState::~BigMutexState()
 {
@@ -153,9 +162,12 @@ void BigMutexState::ClearLock()
     if (lock && IsOfThisThread(*lock)) lock.reset();
 }
 
-bool BigMutexState::HasLock() const { return lock != nullptr; }
+bool BigMutexState::HasLock() const
+{
+    return lock != nullptr;
+}
 
-// --- The scopes ----------------------------------------------------------------------------------------------
+// --- The scopes --------------------------------------------------------------------------------------------
 
 BigMutexLock::BigMutexLock(boost::shared_ptr<U_RenderContext> context)
 {
@@ -165,7 +177,7 @@ BigMutexLock::BigMutexLock(boost::shared_ptr<U_RenderContext> context)
     if (state && state->HasLock()) return;
 
     const bool timeWait = CodeProfilerManager::Get().GetProfilingVolume() >= 1;
-    const CodeProfiler waiting{timeWait ? WaitingLog() : nullptr};
+    const CodeProfiler waiting{timeWait ? WaitingLog() : kNoLog};
     total_profiler = std::make_unique<CodeProfiler>(TotalLog());
     if (state && state->SetLock()) {
         render_context = context;
@@ -188,7 +200,8 @@ BigMutexSuspender::BigMutexSuspender(const boost::shared_ptr<U_RenderContext>& c
     BigMutexState* state = StateOf(context);
     if (!state || !state->HasLock()) return;
     state->ClearLock();
-    if (state->HasLock()) return;  // it is another thread's, which has lent the render: nothing to give up here
+    if (state->HasLock())
+        return;  // it is another thread's, which has lent the render: nothing to give up here
     render_context = context;
 }
 
@@ -212,7 +225,7 @@ BigMutexSuspender::~BigMutexSuspender()
     }
 }
 
-// --- Overrides -----------------------------------------------------------------------------------------------
+// --- Overrides ---------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -228,7 +241,8 @@ struct {
 
 void SetMultiThreadedRenderingOverrides(bool enabled, unsigned char max_cpu_percent)
 {
-    const auto percent = enabled ? std::min<unsigned char>(max_cpu_percent, 100) : static_cast<unsigned char>(100);
+    const auto percent =
+        enabled ? std::min<unsigned char>(max_cpu_percent, 100) : static_cast<unsigned char>(100);
     S_mfr_pref_override.enabled.store(enabled, std::memory_order_release);
     S_mfr_pref_override.max_cpu_percent.store(percent, std::memory_order_release);
 }

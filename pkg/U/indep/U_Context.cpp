@@ -1,6 +1,6 @@
 // Contexts: the shared core under the names of activities, and the const form that only they have.
 //
-// The const context of a thread is a record of its own: a weak pointer and a count, touched by its thread alone.
+// The const context of a thread is a record of its own: a weak pointer and a count, its thread's alone.
 #include "U_Context.h"
 
 #include <cstdio>
@@ -59,21 +59,37 @@ void Up_TraceContextLine(const char* channel, const char* format, long long id, 
 
 U_State::~U_State() = default;
 
-U_Context::U_Context() : context_id{Core::NextId()} { Core::MakeStates(*this); }
+U_Context::U_Context() : context_id{Core::NextId()}
+{
+    Core::MakeStates(*this);
+}
 
-U_Context::~U_Context() { Core::End(*this); }
+U_Context::~U_Context()
+{
+    Core::End(*this);
+}
 
-boost::shared_ptr<U_Context> U_Context::MakeNewContext() { return boost::shared_ptr<U_Context>{new U_Context}; }
+boost::shared_ptr<U_Context> U_Context::MakeNewContext()
+{
+    return boost::shared_ptr<U_Context>{new U_Context};
+}
 
-void U_Context::Activate() { Core::Activate(*this); }
-void U_Context::Deactivate() { Core::Deactivate(*this); }
+void U_Context::Activate()
+{
+    Core::Activate(*this);
+}
+void U_Context::Deactivate()
+{
+    Core::Deactivate(*this);
+}
 
 void U_Context::ActivateConst() const
 {
     if (s_current_const) {
         const auto current = s_current_const->context.lock();
         if (!current) Up_FailContext(kLineConstGone, "current context is gone");
-        if (current->context_id != context_id) Up_FailContext(kLineConstOther, "another context is already active");
+        if (current->context_id != context_id)
+            Up_FailContext(kLineConstOther, "another context is already active");
     } else {
         AttachConstContextTLS(shared_from_this());
     }
@@ -84,10 +100,14 @@ void U_Context::DeactivateConst() const
 {
     if (!s_current_const) return;
     const int32_t former = s_current_const->activation_count.fetch_sub(1);
-    if (former == 1 && s_current_const->context.lock().get() == this) DetachConstContextTLS("Deactivate", context_id);
+    if (former == 1 && s_current_const->context.lock().get() == this)
+        DetachConstContextTLS("Deactivate", context_id);
 }
 
-boost::shared_ptr<U_Context> U_Context::GetCurrent(bool allow_none) { return Core::GetCurrent(allow_none); }
+boost::shared_ptr<U_Context> U_Context::GetCurrent(bool allow_none)
+{
+    return Core::GetCurrent(allow_none);
+}
 
 boost::shared_ptr<const U_Context> U_Context::GetCurrentConst(bool allow_none)
 {
@@ -97,7 +117,10 @@ boost::shared_ptr<const U_Context> U_Context::GetCurrentConst(bool allow_none)
     return GetCurrent(allow_none);
 }
 
-bool U_Context::HasCurrent(bool /*allow_none*/) { return Core::HasCurrent(); }
+bool U_Context::HasCurrent(bool /*allow_none*/)
+{
+    return Core::HasCurrent();
+}
 
 bool U_Context::HasCurrentConst()
 {
@@ -109,9 +132,15 @@ void U_Context::RegisterState(const ImmutableString& name, StateFactory factory)
     Core::Register(name, std::move(factory));
 }
 
-void U_Context::UnregisterState(const ImmutableString& name) { Core::Unregister(name); }
+void U_Context::UnregisterState(const ImmutableString& name)
+{
+    Core::Unregister(name);
+}
 
-boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& name) { return Core::FindState(*this, name); }
+boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& name)
+{
+    return Core::FindState(*this, name);
+}
 
 boost::shared_ptr<const U_State> U_Context::GetState(const ImmutableString& name) const
 {
@@ -123,7 +152,10 @@ std::shared_ptr<U_Context::ActivationToken> U_Context::GetActivationToken(bool c
     return Core::GetToken(*this, create);
 }
 
-void U_Context::ClearActivationToken() { Core::ClearToken(*this); }
+void U_Context::ClearActivationToken()
+{
+    Core::ClearToken(*this);
+}
 
 bool U_Context::CheckAbortAndFlushCompletionRoutines()
 {
@@ -134,11 +166,17 @@ bool U_Context::CheckAbortAndFlushCompletionRoutines()
     return true;
 }
 
-// --- The thread's records -----------------------------------------------------------------------------------
+// --- The thread's records ----------------------------------------------------------------------------------
 
-void AttachNonConstContextTLS(const boost::shared_ptr<U_Context>& context) { Core::Attach(context); }
+void AttachNonConstContextTLS(const boost::shared_ptr<U_Context>& context)
+{
+    Core::Attach(context);
+}
 
-void DetachNonConstContextTLS(const char* caller, long long expected_id) { Core::Detach(caller, expected_id); }
+void DetachNonConstContextTLS(const char* caller, long long expected_id)
+{
+    Core::Detach(caller, expected_id);
+}
 
 void AttachConstContextTLS(const boost::shared_ptr<const U_Context>& context)
 {

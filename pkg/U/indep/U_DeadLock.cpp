@@ -1,5 +1,5 @@
-// The detector of lock order. All of its records are per thread and the order never changes, so no notification
-// locks anything of its own.
+// The detector of lock order. All of its records are per thread and the order never changes, so no
+// notification locks anything of its own.
 //
 // State: the name of the mutex without a name, from load; the count of ScNotifyHoldingMutexLock, per thread.
 #include "Up_DeadLock.h"
@@ -59,11 +59,11 @@ std::size_t DeadLockDreadNot::Position(const Name& name) const
     return static_cast<std::size_t>(std::find(m_order.begin(), m_order.end(), name) - m_order.begin());
 }
 
-// Walks the held mutexes and counts an entry of the same mutex. The walk stops at another mutex of the same name
-// and at a breach of the order, a held lock whose place is not before the new one's.
+// Walks the held mutexes and counts an entry of the same mutex. The walk stops at another mutex of the same
+// name and at a breach of the order, a held lock whose place is not before the new one's.
 //
-// Wanted: stopping is all that a breach does, with no message and no exception. So an entry of the same mutex behind
-// the stopping point is not found, and the caller overwrites it with a count of 1.
+// Wanted: stopping is all that a breach does, with no message and no exception. So an entry of the same mutex
+// behind the stopping point is not found, and the caller overwrites it with a count of 1.
 bool DeadLockDreadNot::CountAgain(ThreadMutexInfo& thread, const void* mutex, const Name& name,
                                   std::size_t position) const
 {
@@ -103,15 +103,22 @@ void DeadLockDreadNot::OnMutexUnlocked(const void* mutex)
     if (held != thread->held.end() && --held->second.lock_count <= 0) thread->held.erase(held);
 }
 
-// A main thread that waits at a gate while it holds a lock is the moment to look at its record in a debugger; the
-// detector itself has nothing to do there.
+// A main thread that waits at a gate while it holds a lock is the moment to look at its record in a debugger;
+// the detector itself has nothing to do there.
 void DeadLockDreadNot::OnGateWaitStarted(const void* /*gate*/)
 {
-    if (U_IsOnMainThread()) [[maybe_unused]] const ThreadMutexInfo* thread = m_threads.get();
+    if (U_IsOnMainThread()) [[maybe_unused]]
+        const ThreadMutexInfo* thread = m_threads.get();
 }
 
-void DeadLockDreadNot::OnMutexAboutToLock(const void* /*mutex*/, const Name& /*name*/, const char* /*name_text*/) {}
-void DeadLockDreadNot::OnMutexTryLockFailed(const void* /*mutex*/, const Name& /*name*/, const char* /*name_text*/) {}
+void DeadLockDreadNot::OnMutexAboutToLock(const void* /*mutex*/, const Name& /*name*/,
+                                          const char* /*name_text*/)
+{
+}
+void DeadLockDreadNot::OnMutexTryLockFailed(const void* /*mutex*/, const Name& /*name*/,
+                                            const char* /*name_text*/)
+{
+}
 void DeadLockDreadNot::OnGateWaitEnded(const void* /*gate*/) {}
 
 std::shared_ptr<zvkcore::debug::deadlocks::DeadLockDetector> CreateDeadLockDetector()
@@ -119,7 +126,7 @@ std::shared_ptr<zvkcore::debug::deadlocks::DeadLockDetector> CreateDeadLockDetec
     return std::make_shared<DeadLockDreadNot>();
 }
 
-// --- Helpers -------------------------------------------------------------------------------------------------
+// --- Helpers -----------------------------------------------------------------------------------------------
 
 namespace {
 
@@ -146,7 +153,7 @@ bool ScNotifyHoldingMutexLock::IsHoldingLock()
     try {
         return *ScNotifyHoldingMutexLock_GetPerThreadData().FindOrCreate() > 0;
     } catch (const std::bad_alloc&) {
-        return true;  // wanted: a thread whose count cannot be had counts as holding a lock, the careful answer
+        return true;  // wanted, the careful answer: nobody knows whether this thread holds a lock
     }
 }
 

@@ -9,12 +9,16 @@ std::atomic<int64_t> U_RenderContext::S_ctxt_id{0};
 
 U_RenderState::~U_RenderState() = default;
 
-U_RenderContext::U_RenderContext(bool is_temp_clone) : context_id{Core::NextId()}, m_is_temp_clone{is_temp_clone}
+U_RenderContext::U_RenderContext(bool is_temp_clone)
+    : context_id{Core::NextId()}, m_is_temp_clone{is_temp_clone}
 {
     Core::MakeStates(*this);
 }
 
-U_RenderContext::~U_RenderContext() { Core::End(*this); }
+U_RenderContext::~U_RenderContext()
+{
+    Core::End(*this);
+}
 
 boost::shared_ptr<U_RenderContext> U_RenderContext::MakeNewContext()
 {
@@ -27,24 +31,39 @@ boost::shared_ptr<U_RenderContext> U_RenderContext::MakeNewTempContext(void (*de
     return boost::shared_ptr<U_RenderContext>{new U_RenderContext{true}, deleter};
 }
 
-bool U_RenderContext::GetIsTempCloneContext() const { return m_is_temp_clone; }
+bool U_RenderContext::GetIsTempCloneContext() const
+{
+    return m_is_temp_clone;
+}
 
-void U_RenderContext::Activate() { Core::Activate(*this); }
-void U_RenderContext::Deactivate() { Core::Deactivate(*this); }
+void U_RenderContext::Activate()
+{
+    Core::Activate(*this);
+}
+void U_RenderContext::Deactivate()
+{
+    Core::Deactivate(*this);
+}
 
 boost::shared_ptr<U_RenderContext> U_RenderContext::GetCurrent(bool allow_none)
 {
     return Core::GetCurrent(allow_none);
 }
 
-bool U_RenderContext::HasCurrent() { return Core::HasCurrent(); }
+bool U_RenderContext::HasCurrent()
+{
+    return Core::HasCurrent();
+}
 
 void U_RenderContext::RegisterState(const ImmutableString& name, const StateFactory& factory)
 {
     Core::Register(name, factory);
 }
 
-void U_RenderContext::UnregisterState(const ImmutableString& name) { Core::Unregister(name); }
+void U_RenderContext::UnregisterState(const ImmutableString& name)
+{
+    Core::Unregister(name);
+}
 
 boost::shared_ptr<U_RenderState> U_RenderContext::GetState(const ImmutableString& name)
 {
@@ -61,11 +80,20 @@ std::shared_ptr<U_RenderContext::ActivationToken> U_RenderContext::GetActivation
     return Core::GetToken(*this, create);
 }
 
-void U_RenderContext::ClearActivationToken() { Core::ClearToken(*this); }
+void U_RenderContext::ClearActivationToken()
+{
+    Core::ClearToken(*this);
+}
 
-void Up_AttachRenderContextTLS(const boost::shared_ptr<U_RenderContext>& context) { Core::Attach(context); }
+void Up_AttachRenderContextTLS(const boost::shared_ptr<U_RenderContext>& context)
+{
+    Core::Attach(context);
+}
 
-void Up_DetachRenderContextTLS(const char* caller, long long expected_id) { Core::Detach(caller, expected_id); }
+void Up_DetachRenderContextTLS(const char* caller, long long expected_id)
+{
+    Core::Detach(caller, expected_id);
+}
 
 U_WeakRenderContextSetter::U_WeakRenderContextSetter(const boost::shared_ptr<U_RenderContext>& context)
 {

@@ -1,5 +1,5 @@
-// Lending contexts. The suspended object and the function that runs elsewhere share a gate and a result cell, and
-// nothing else: either side may be gone before the other is through.
+// Lending contexts. The suspended object and the function that runs elsewhere share a gate and a result cell,
+// and nothing else: either side may be gone before the other is through.
 //
 // State: one flag for the process, which only ever turns true.
 #include "U_SuspendContext.h"
@@ -31,7 +31,8 @@ void TraceFor(const char* format, const boost::shared_ptr<U_Context>& context) n
 
 std::atomic<bool> U_SuspendContext::S_terminated{false};
 
-U_SuspendContext::U_SuspendContext() : m_gate{std::make_shared<OpenOnceGate>()}, m_result{boost::make_shared<int>(0)}
+U_SuspendContext::U_SuspendContext()
+    : m_gate{std::make_shared<OpenOnceGate>()}, m_result{boost::make_shared<int>(0)}
 {
     SuspendContext();
     try {
@@ -88,7 +89,7 @@ void U_SuspendContext::TakeBack()
 
 U_SuspendContext::~U_SuspendContext()
 {
-    // Without memory a context cannot be made current again; its thread then has none, and is told when it asks.
+    // Without memory a context cannot be made current again; its thread then has none, and learns it.
     U_TrySection([this] { TakeBack(); });
     TraceFor("~U_SuspendContext for %lld\n", m_context);
 }
@@ -98,7 +99,10 @@ std::shared_ptr<U_SuspendContext> U_SuspendContext::NewSuspendContext()
     return std::make_shared<U_SuspendContext>();
 }
 
-boost::shared_ptr<U_RenderContext> U_SuspendContext::GetRenderContext() const { return m_render_context; }
+boost::shared_ptr<U_RenderContext> U_SuspendContext::GetRenderContext() const
+{
+    return m_render_context;
+}
 
 void U_SuspendContext::TerminateAndFailAllSuspendedContexts()
 {
@@ -107,7 +111,8 @@ void U_SuspendContext::TerminateAndFailAllSuspendedContexts()
 }
 
 template <class Executor>
-int U_SuspendContext::CallOnExecutor(const std::shared_ptr<Executor>& executor, const std::function<int()>& function)
+int U_SuspendContext::CallOnExecutor(const std::shared_ptr<Executor>& executor,
+                                     const std::function<int()>& function)
 {
     if (!executor) Up_FailContext(0, "executor is null");
     if (executor->IsCurrentThreadExecutorThread()) {
@@ -121,8 +126,9 @@ int U_SuspendContext::CallOnExecutor(const std::shared_ptr<Executor>& executor, 
         m_gate = std::make_shared<OpenOnceGate>();
         m_result = boost::make_shared<int>(0);
     }
-    executor->CallAsynchronously([function, gate = m_gate, context = m_context, const_context = m_const_context,
-                                 render_context = m_render_context, error_state, result = m_result] {
+    executor->CallAsynchronously([function, gate = m_gate, context = m_context,
+                                  const_context = m_const_context, render_context = m_render_context,
+                                  error_state, result = m_result] {
         ExecuteStatic(function, gate, context, const_context, render_context, error_state, result);
     });
     for (;;) {
@@ -132,13 +138,15 @@ int U_SuspendContext::CallOnExecutor(const std::shared_ptr<Executor>& executor, 
 }
 
 int U_SuspendContext::CallOnEventLoopAdaptorExecutor(
-    const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor, const std::function<int()>& function)
+    const std::shared_ptr<zvkcore::threads::AsyncEventLoopAdaptor>& executor,
+    const std::function<int()>& function)
 {
     return CallOnExecutor(executor, function);
 }
 
 int U_SuspendContext::CallOnThreadedExecutor(
-    const std::shared_ptr<zvkcore::threads::AsyncThreadedExecutor>& executor, const std::function<int()>& function)
+    const std::shared_ptr<zvkcore::threads::AsyncThreadedExecutor>& executor,
+    const std::function<int()>& function)
 {
     return CallOnExecutor(executor, function);
 }
@@ -198,10 +206,13 @@ U_SuspendContext::U_ResumeContext::U_ResumeContext(const boost::shared_ptr<U_Con
     }
 }
 
-U_SuspendContext::U_ResumeContext::~U_ResumeContext() { GiveBack(); }
+U_SuspendContext::U_ResumeContext::~U_ResumeContext()
+{
+    GiveBack();
+}
 
-// Activating raises the count above what the suspended owner left, so that nested activations of the borrowing
-// thread balance and the context cannot fall to zero here. The members name what has been taken.
+// Activating raises the count above what the suspended owner left, so that nested activations of the
+// borrowing thread balance and the context cannot fall to zero here. The members name what has been taken.
 void U_SuspendContext::U_ResumeContext::Take(const boost::shared_ptr<U_Context>& context,
                                              const boost::shared_ptr<const U_Context>& const_context,
                                              const boost::shared_ptr<U_RenderContext>& render_context)

@@ -25,7 +25,16 @@ struct Role {
     RoleName name;
     std::mutex mutex;  // guards the list
     std::vector<unsigned long> threads;
+    std::atomic<uint64_t> changes;  // from 1, counted behind each change of the list
 };
+
+/// What a thread was told of itself last, good until the list changes. Renders ask at every lock.
+struct Answer {
+    uint64_t changes;
+    bool has;
+};
+__attribute__((tls_model("initial-exec"))) constinit thread_local Answer t_isMain{};
+__attribute__((tls_model("initial-exec"))) constinit thread_local Answer t_isRender{};
 
 /// A role of one thread. It is set before that thread does the role's work, so nothing orders it.
 struct SingleRole {
@@ -35,10 +44,11 @@ struct SingleRole {
 };
 
 // Process-wide, from load to unload; births and deaths leave them alone.
-constinit Role g_main{{"U_RegisterMainThread", " as a main thread"}, {}, {}};
-constinit Role g_render{{"U_RegisterRenderThread", " as a render thread"}, {}, {}};
+constinit Role g_main{{"U_RegisterMainThread", " as a main thread"}, {}, {}, {1}};
+constinit Role g_render{{"U_RegisterRenderThread", " as a render thread"}, {}, {}, {1}};
 // "a interFrame": the words of the trace that people search for.
-constinit Role g_interFrame{{"U_RegisterInterFrameRenderThread", " as a interFrame render thread"}, {}, {}};
+constinit Role g_interFrame{
+    {"U_RegisterInterFrameRenderThread", " as a interFrame render thread"}, {}, {}, {1}};
 constinit SingleRole g_psl{{"U_RegisterPSLThread", " as the psl thread"}};
 constinit SingleRole g_pr{{"U_RegisterPRThread", " as the pr thread"}};
 
@@ -63,12 +73,20 @@ bool Has(Role& role, unsigned long id)
     return std::find(role.threads.begin(), role.threads.end(), id) != role.threads.end();
 }
 
+bool HasCaller(Role& role, Answer& answer)
+{
+    const uint64_t changes = role.changes.load(std::memory_order_acquire);
+    if (answer.changes != changes) answer = {changes, Has(role, U_GetCurrentThreadID())};
+    return answer.has;
+}
+
 bool RemoveFirst(Role& role, unsigned long id)
 {
     const std::lock_guard lock(role.mutex);
     const auto found = std::find(role.threads.begin(), role.threads.end(), id);
     if (found == role.threads.end()) return false;
     role.threads.erase(found);
+    role.changes.fetch_add(1, std::memory_order_release);
     return true;
 }
 
@@ -76,6 +94,7 @@ void Register(Role& role, unsigned long id)
 {
     const unsigned long thread = id >= kFirstCallerAlias ? U_GetCurrentThreadID() : id;
     Up_RegisterThread(role.mutex, role.threads, thread);
+    role.changes.fetch_add(1, std::memory_order_release);
     TraceRole(role.name, " registered ", thread);
 }
 
@@ -159,7 +178,7 @@ bool U_IsMainThreadID(unsigned long id)
 }
 bool U_IsOnMainThread()
 {
-    return Has(g_main, U_GetCurrentThreadID());
+    return HasCaller(g_main, t_isMain);
 }
 
 void U_RegisterRenderThread()
@@ -172,7 +191,7 @@ bool U_IsRenderThreadID(unsigned long id)
 }
 bool U_IsOnRenderThread()
 {
-    return Has(g_render, U_GetCurrentThreadID());
+    return HasCaller(g_render, t_isRender);
 }
 
 // Stricter than its neighbours, wanted so: an unbalanced render thread works under somebody else's rights.

@@ -1,7 +1,7 @@
-// What contexts and render contexts share: the thread's record of the current one, activation, and the states.
+// What contexts and render contexts share: the thread's record of the current one, activation, and states.
 //
-// The two differ in the words and line numbers of their reports, which stand in one table of two rows below, and
-// in the const form, which only U_Context has (U_Context.cpp).
+// The two differ in the words and line numbers of their reports, which stand in one table of two rows below,
+// and in the const form, which only U_Context has (U_Context.cpp).
 //
 // State: one record a thread and class, a weak token on the heap, touched by its own thread alone; one map of
 // factories a class, for the life of the process, under its own shared mutex.
@@ -41,7 +41,8 @@ inline constexpr Up_ContextWords kUp_ContextWords<U_RenderContext>{
 [[noreturn]] void Up_FailContext(int line, const char* text);
 
 /// Traces a line at level 6; `format` takes the context's id and, if it wants one, a caller.
-void Up_TraceContextLine(const char* channel, const char* format, long long id, const char* caller = "") noexcept;
+void Up_TraceContextLine(const char* channel, const char* format, long long id,
+                         const char* caller = "") noexcept;
 
 // --- The thread's records, as lending a context needs them -------------------------------------------------
 
@@ -77,8 +78,8 @@ struct Up_ContextCore {
 
     // --- The thread's record
 
-    /// The record of the calling thread, null while it has none. A plain pointer reads as fast as thread-local
-    /// data can; who frees it at the thread's end is the keeper, which only an attach touches.
+    /// The record of the calling thread, null while it has none. A plain pointer reads as fast as
+    /// thread-local data can; who frees it at the thread's end is the keeper, which only an attach touches.
     static Record*& ThreadRecord()
     {
         static constinit thread_local Record* s_current_token = nullptr;
@@ -204,8 +205,8 @@ struct Up_ContextCore {
 
     // --- The token
     //
-    // It is read and written atomically: when a lent call is given up at the end of the process, the thread that
-    // takes its context back and the one that still borrows it both come here.
+    // It is read and written atomically: when a lent call is given up at the end of the process, the thread
+    // that takes its context back and the one that still borrows it both come here.
 
     static std::shared_ptr<Token> GetToken(Context& context, bool create)
     {
@@ -227,8 +228,8 @@ struct Up_ContextCore {
         std::map<Name, typename Context::StateFactory> S_states_factory;
     };
 
-    /// Made at the first use and never destroyed, so that contexts may be made and states registered by static
-    /// objects of other files, at load as at exit.
+    /// Made at the first use and never destroyed, so that contexts may be made and states registered by
+    /// static objects of other files, at load as at exit.
     static Factories& AllFactories()
     {
         static auto& factories = *new Factories;
@@ -239,7 +240,8 @@ struct Up_ContextCore {
     {
         Factories& all = AllFactories();
         const boost::shared_lock lock{all.s_states_mutex};
-        for (const auto& [name, factory] : all.S_states_factory) context.m_states.emplace(name, factory(&context));
+        for (const auto& [name, factory] : all.S_states_factory)
+            context.m_states.emplace(name, factory(&context));
     }
 
     static void Register(const Name& name, typename Context::StateFactory factory)

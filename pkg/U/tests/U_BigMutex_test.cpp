@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, Overrides,
                                          Override{"Capped", true, 200, true, 100}),
                          [](const auto& row) { return std::string{row.param.name}; });
 
-// --- The detector of lock order ------------------------------------------------------------------------------
+// --- The detector of lock order ----------------------------------------------------------------------------
 
 class LockOrder : public ContextTest {
   protected:

@@ -125,7 +125,8 @@ TYPED_TEST(BothContexts, StatesComeFromTheFirstFactoryOfAName)
 TYPED_TEST(BothContexts, AFactoryThatThrowsLeavesNothingBehind)
 {
     const auto name = ImmutableString::Create("test.bad");
-    TypeParam::RegisterState(name, [](TypeParam*) -> boost::shared_ptr<typename TypeParam::State> { throw 7; });
+    TypeParam::RegisterState(name,
+                             [](TypeParam*) -> boost::shared_ptr<typename TypeParam::State> { throw 7; });
     EXPECT_THROW(TypeParam::MakeNewContext(), int);
     TypeParam::UnregisterState(name);
     TypeParam::RegisterState(name, {});
@@ -211,15 +212,14 @@ TEST_F(ContextOnly, OnlyEscapeAborts)
         std::vector<uint16_t> pending;
         int flushes = 0;
     } keys;
-    const U_KeyEventSource source{
-        [](void* refcon, uint16_t* code) {
-            auto& pending = static_cast<Keys*>(refcon)->pending;
-            if (pending.empty()) return false;
-            *code = pending.front();
-            pending.erase(pending.begin());
-            return true;
-        },
-        [](void* refcon) { ++static_cast<Keys*>(refcon)->flushes; }, &keys};
+    const U_KeyEventSource source{[](void* refcon, uint16_t* code) {
+                                      auto& pending = static_cast<Keys*>(refcon)->pending;
+                                      if (pending.empty()) return false;
+                                      *code = pending.front();
+                                      pending.erase(pending.begin());
+                                      return true;
+                                  },
+                                  [](void* refcon) { ++static_cast<Keys*>(refcon)->flushes; }, &keys};
     const U_KeyEventSource former = U_SetKeyEventSource(source);
     EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines());
     keys.pending = {7, kU_KeyCode_Escape, 8};

@@ -40,8 +40,10 @@ TEST_F(Lending, ContextsMoveThereAndBack)
         EXPECT_EQ(-1, Core::ActiveThread(*context));
         EXPECT_FALSE(context->GetActivationToken(false));
         const int result = lending.CallOnThreadedExecutor(m_executor, [&] {
-            const bool there = U_Context::GetCurrent(false) == context && U_RenderContext::GetCurrent(false) == render;
-            const bool counted = Core::ActivationCount(*context) == 2 && Core::ActiveThread(*context) == Core::ThisThread();
+            const bool there =
+                U_Context::GetCurrent(false) == context && U_RenderContext::GetCurrent(false) == render;
+            const bool counted =
+                Core::ActivationCount(*context) == 2 && Core::ActiveThread(*context) == Core::ThisThread();
             return there && counted ? 42 : 1;
         });
         EXPECT_EQ(42, result);
@@ -61,7 +63,8 @@ TEST_F(Lending, WhatTheFunctionSeesDependsOnWhatIsLent)
         int bits = -1;
         U_SuspendContext lending;
         lending.CallOnThreadedExecutor(m_executor, [&] {
-            bits = U_Context::HasCurrent(true) | U_Context::HasCurrentConst() << 1 | U_RenderContext::HasCurrent() << 2;
+            bits = U_Context::HasCurrent(true) | U_Context::HasCurrentConst() << 1 |
+                   U_RenderContext::HasCurrent() << 2;
             return 0;
         });
         return bits;
@@ -181,7 +184,8 @@ TEST_F(Lending, FailedAllocationsLeaveTheBorrowerAsItWas)
             taken = false;
         }
         balanced &= Core::ActivationCount(*context) == 0 && RenderCore::ActivationCount(*render) == 0;
-        balanced &= !Core::ThreadRecord() && !RenderCore::ThreadRecord() && !context->GetActivationToken(false);
+        balanced &=
+            !Core::ThreadRecord() && !RenderCore::ThreadRecord() && !context->GetActivationToken(false);
         return taken;
     });
     U_EndQuietErrorsOnCurrentThread();
@@ -190,7 +194,8 @@ TEST_F(Lending, FailedAllocationsLeaveTheBorrowerAsItWas)
 
 TEST_F(Lending, MisuseIsRefusedInWords)
 {
-    EXPECT_EQ("executor is null", FailureOf([] { U_SuspendContext{}.CallOnThreadedExecutor({}, [] { return 0; }); }));
+    EXPECT_EQ("executor is null",
+              FailureOf([] { U_SuspendContext{}.CallOnThreadedExecutor({}, [] { return 0; }); }));
     EXPECT_EQ("resumed context is null", FailureOf([] { U_SuspendContext::U_ResumeContext{{}, {}, {}}; }));
 
     const auto context = U_Context::MakeNewContext();
@@ -230,9 +235,11 @@ TEST_F(Lending, EightThreadsLendAThousandContextsAround)
                 render->Activate();
                 {
                     U_SuspendContext lending;
-                    right += lending.CallOnThreadedExecutor(executors[static_cast<std::size_t>(n % kExecutors)], [&] {
-                        return U_Context::GetCurrent(true) == context && U_RenderContext::GetCurrent(true) == render;
-                    });
+                    right += lending.CallOnThreadedExecutor(
+                        executors[static_cast<std::size_t>(n % kExecutors)], [&] {
+                            return U_Context::GetCurrent(true) == context &&
+                                   U_RenderContext::GetCurrent(true) == render;
+                        });
                 }
                 right += U_Context::GetCurrent(true) == context;
                 render->Deactivate();
@@ -247,12 +254,14 @@ TEST_F(Lending, EightThreadsLendAThousandContextsAround)
 // Termination has no way back, so it ends in a process of its own.
 TEST_F(Lending, TerminationFailsWaitersAndStartsNothing)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");  // the child is a fresh process, with no threads but its own
+    GTEST_FLAG_SET(death_test_style,
+                   "threadsafe");  // the child is a fresh process, with no threads but its own
     EXPECT_EXIT(
         {
             const auto executor = std::make_shared<AsyncThreadedExecutor>("stuck");
             auto release = std::make_shared<zvkcore::threads::OpenOnceGate>();
-            executor->CallAsynchronously([release] { release->PassThroughUntil(std::chrono::steady_clock::time_point::max()); });
+            executor->CallAsynchronously(
+                [release] { release->PassThroughUntil(std::chrono::steady_clock::time_point::max()); });
             std::atomic<bool> ran{false};
             std::thread ender{[] { U_SuspendContext::TerminateAndFailAllSuspendedContexts(); }};
             U_SuspendContext lending;
@@ -262,7 +271,12 @@ TEST_F(Lending, TerminationFailsWaitersAndStartsNothing)
             });
             ender.join();
             const auto gate = std::make_shared<zvkcore::threads::OpenOnceGate>();
-            U_SuspendContext::ExecuteStatic([&ran] { ran = true; return 0; }, gate, {}, {}, {}, {}, {});
+            U_SuspendContext::ExecuteStatic(
+                [&ran] {
+                    ran = true;
+                    return 0;
+                },
+                gate, {}, {}, {}, {}, {});
             const bool right = result == U_SuspendContext::kTerminated && !gate->IsOpen() && !ran;
             release->Open();
             executor->Terminate();

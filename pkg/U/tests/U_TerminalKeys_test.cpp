@@ -12,8 +12,8 @@
 
 namespace {
 
-// The look at the keys runs in a child whose standard input is the terminal that this test types into. The child
-// says what it saw by its exit code.
+// The look at the keys runs in a child whose standard input is the terminal that this test types into. The
+// child says what it saw by its exit code.
 int InTerminal(const std::string& typed, int (*body)())
 {
     int master = -1;
@@ -67,7 +67,8 @@ TEST_P(TerminalKeys, AreSeenOneALookAndModesStay)
 
 INSTANTIATE_TEST_SUITE_P(Typed, TerminalKeys,
                          testing::Values(Look{"Nothing", "", 0, 0}, Look{"Letters", "ab", 0, 2},
-                                         Look{"Escape", "\x1b", 1, 0}, Look{"LetterThenEscape", "a\x1b", 1, 1},
+                                         Look{"Escape", "\x1b", 1, 0},
+                                         Look{"LetterThenEscape", "a\x1b", 1, 1},
                                          Look{"ArrowIsNoEscape", "\x1b[A", 0, 1},
                                          Look{"FunctionKeyIsNoEscape", "\x1b[15~", 0, 1}),
                          [](const auto& row) { return std::string{row.param.name}; });

@@ -1,10 +1,16 @@
-// Figures are single atomics: a measurement takes no lock, and the four of them agree once the threads are done.
+// Figures are single atomics: a measurement takes no lock, and the four agree once the threads are done.
 #include "zvkcore/debug/CodeProfiler.h"
 
 #include <algorithm>
 #include <utility>
 
+#include "zvkcore/allocator/SmallBlockAllocator.h"
+
 namespace zvkcore::debug {
+namespace detail {
+constinit std::atomic<int> g_profilingVolume{0};
+}
+
 namespace {
 
 template <class Better>
@@ -58,7 +64,7 @@ CodeProfilerManager& CodeProfilerManager::Get()
 
 int CodeProfilerManager::SetProfilingVolume(int volume) noexcept
 {
-    return m_volume.exchange(volume, std::memory_order_relaxed);
+    return detail::g_profilingVolume.exchange(volume, std::memory_order_relaxed);
 }
 
 std::shared_ptr<ProfileDataLog> CodeProfilerManager::CreateNewProfileDataLog(const std::string& name,
@@ -89,16 +95,25 @@ void CodeProfilerManager::Reset() noexcept
     }
 }
 
-CodeProfiler::CodeProfiler(const std::shared_ptr<ProfileDataLog>& log) noexcept
+void CodeProfiler::Start(const std::shared_ptr<ProfileDataLog>& log) noexcept
 {
-    if (log == nullptr || log->Level() > CodeProfilerManager::Get().GetProfilingVolume()) return;
     m_log = log;
     m_start = std::chrono::steady_clock::now();
 }
 
-CodeProfiler::~CodeProfiler()
+void CodeProfiler::Stop() noexcept
 {
-    if (m_log) m_log->Add(std::chrono::steady_clock::now() - m_start);
+    m_log->Add(std::chrono::steady_clock::now() - m_start);
+}
+
+void* CodeProfiler::operator new(size_t size)
+{
+    return allocator::SmallBlockAllocator::Allocate(size);
+}
+
+void CodeProfiler::operator delete(void* block, size_t size) noexcept
+{
+    allocator::SmallBlockAllocator::Dispose(block, size);
 }
 
 }  // namespace zvkcore::debug

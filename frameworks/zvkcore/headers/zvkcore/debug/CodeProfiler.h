@@ -1,7 +1,7 @@
 /// How often a stretch of code ran and how long it took, for stretches that somebody wants to know about.
 ///
-/// A stretch has a log with a name and a level. The profiling volume, 0 unless the host sets it, says up to which
-/// level stretches are measured; above it a profiler does nothing and reads no clock.
+/// A stretch has a log with a name and a level. The profiling volume, 0 unless the host sets it, says up to
+/// which level stretches are measured; above it a profiler does nothing and reads no clock.
 ///
 ///     static const auto s_log = CodeProfilerManager::Get().CreateNewProfileDataLog("App.Decode", 1);
 ///     CodeProfiler profiler(s_log);
@@ -54,6 +54,10 @@ class ZVKCORE_EXPORT ProfileDataLog {
     std::atomic<uint64_t> m_longest{0};
 };
 
+namespace detail {
+ZVKCORE_EXPORT extern std::atomic<int> g_profilingVolume;
+}
+
 /// Knows all logs, and how much is to be measured.
 ///
 /// threads  any
@@ -61,7 +65,10 @@ class ZVKCORE_EXPORT CodeProfilerManager {
   public:
     static CodeProfilerManager& Get();
 
-    int GetProfilingVolume() const noexcept { return m_volume.load(std::memory_order_relaxed); }
+    int GetProfilingVolume() const noexcept
+    {
+        return detail::g_profilingVolume.load(std::memory_order_relaxed);
+    }
     /// Measures stretches of this level and below from now on; 0 measures nothing. Returns the former volume.
     int SetProfilingVolume(int volume) noexcept;
 
@@ -79,7 +86,6 @@ class ZVKCORE_EXPORT CodeProfilerManager {
     CodeProfilerManager();
     ~CodeProfilerManager();
 
-    std::atomic<int> m_volume{0};
     mutable std::mutex m_mutex;                         // guards the list
     std::vector<std::weak_ptr<ProfileDataLog>> m_logs;  // the holders of a log keep it alive, not the manager
 };
@@ -88,12 +94,26 @@ class ZVKCORE_EXPORT CodeProfilerManager {
 class ZVKCORE_EXPORT CodeProfiler {
   public:
     /// log      may be empty: nothing is measured then
-    explicit CodeProfiler(const std::shared_ptr<ProfileDataLog>& log) noexcept;
+    explicit CodeProfiler(const std::shared_ptr<ProfileDataLog>& log) noexcept
+    {
+        if (log != nullptr && log->Level() <= detail::g_profilingVolume.load(std::memory_order_relaxed))
+            Start(log);
+    }
     CodeProfiler(const CodeProfiler&) = delete;
     CodeProfiler& operator=(const CodeProfiler&) = delete;
-    ~CodeProfiler();
+    ~CodeProfiler()
+    {
+        if (m_log) Stop();
+    }
+
+    /// Small blocks of the thread, so that a profiler on the heap costs little.
+    static void* operator new(size_t size);
+    static void operator delete(void* block, size_t size) noexcept;
 
   private:
+    void Start(const std::shared_ptr<ProfileDataLog>& log) noexcept;
+    void Stop() noexcept;
+
     std::shared_ptr<ProfileDataLog> m_log;  // empty when the volume was below its level at the start
     std::chrono::steady_clock::time_point m_start;
 };
