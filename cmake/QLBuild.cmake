@@ -48,8 +48,9 @@ function(ql_add_foundation_targets)
   target_link_libraries(qlfoundation_objects
     PUBLIC Threads::Threads Boost::headers
     PRIVATE ql_private_flags Boost::thread Boost::json ICU::uc ICU::i18n ICU::data fmt::fmt
-            spdlog::spdlog PkgConfig::XXHASH ${CMAKE_DL_LIBS})
+            spdlog::spdlog ${CMAKE_DL_LIBS})
   target_compile_definitions(qlfoundation_objects PRIVATE BOOST_ASIO_NO_DEPRECATED)
+  target_include_directories(qlfoundation_objects SYSTEM PRIVATE ${XXHASH_INCLUDE_DIRS})  # compiled in, not linked
 
   add_library(qlfoundation SHARED $<TARGET_OBJECTS:qlfoundation_objects>)
   add_library(QL::Foundation ALIAS qlfoundation)
@@ -59,7 +60,7 @@ function(ql_add_foundation_targets)
   target_link_libraries(qlfoundation
     PUBLIC Threads::Threads Boost::headers Boost::thread
     PRIVATE ql_private_flags Boost::json ICU::uc ICU::i18n ICU::data fmt::fmt
-            spdlog::spdlog PkgConfig::XXHASH ${CMAKE_DL_LIBS})
+            spdlog::spdlog ${CMAKE_DL_LIBS})
   target_link_options(qlfoundation PRIVATE "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map")
   set_property(TARGET qlfoundation APPEND PROPERTY LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/exports.map")
   # The library's calls of its own functions go straight there: an allocation is too short for a detour by the
@@ -73,7 +74,7 @@ function(ql_add_foundation_targets)
   add_library(ql_unit INTERFACE)
   target_link_libraries(ql_unit INTERFACE qlfoundation_objects $<TARGET_OBJECTS:qlfoundation_objects>
     ql_private_flags Boost::thread Boost::json ICU::uc ICU::i18n ICU::data fmt::fmt
-    spdlog::spdlog PkgConfig::XXHASH ${CMAKE_DL_LIBS})
+    spdlog::spdlog ${CMAKE_DL_LIBS})
 endfunction()
 
 # ql_package(NAME
