@@ -103,15 +103,15 @@ std::string U_UTF16ToMBString(const unsigned short* text, bool strict)
 
 U_UTF8String U_UTF16To8String(const U_UTF16String& text)
 {
-    U_UTF8String out;
-    zvkcore::string::TryUTF16to8(text, out);
-    return out;
+    bool valid;
+    return zvkcore::string::UTF16to8(text, valid);
 }
 
 U_UTF16String U_UTF8To16String(const U_UTF8String& text)
 {
-    U_UTF16String out;
-    if (!zvkcore::string::TryUTF8to16(text, out)) Up_ReportAndThrowUnicodeConversionError(0);
+    bool valid;
+    U_UTF16String out = zvkcore::string::UTF8to16(text, valid);
+    if (!valid) Up_ReportAndThrowUnicodeConversionError(0);
     return out;
 }
 

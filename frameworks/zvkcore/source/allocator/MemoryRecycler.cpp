@@ -80,9 +80,8 @@ void RecycledMemory::Release() noexcept
 
 // A container that runs out of memory asks the new handler, as one on the standard allocator would: it is the
 // handler that reports, and who translates the exception counts on that.
-void* AllocateContainerBlock(std::size_t bytes)
+void* AllocateLargeContainerBlock(std::size_t bytes)
 {
-    if (bytes <= SmallBlockAllocator::kLargest) return SmallBlockAllocator::Allocate(bytes);
     for (;;) {
         std::size_t granted = 0;
         if (void* const block = g_pool.TryAllocate(bytes, granted)) return block;
@@ -92,12 +91,8 @@ void* AllocateContainerBlock(std::size_t bytes)
     }
 }
 
-void DisposeContainerBlock(void* block, std::size_t bytes) noexcept
+void DisposeLargeContainerBlock(void* block, std::size_t bytes) noexcept
 {
-    if (bytes <= SmallBlockAllocator::kLargest) {
-        SmallBlockAllocator::Dispose(block, bytes);
-        return;
-    }
     g_pool.Recycle(block, bytes);
     // Nobody else compares the pool with its limit on behalf of a container.
     if (g_pool.GetSize() > g_pool.GetLimit()) g_pool.Reconcile();

@@ -112,6 +112,10 @@ static_assert(RecyclerPool::GrantedSize(1024) == 1024 && RecyclerPool::GrantedSi
 static_assert(RecyclerPool::GrantedSize((8 << 20) + 256) == (8 << 20) + (512 << 10));
 static_assert(RecyclerPool::GrantedSize(RecyclerPool::kLargest) == RecyclerPool::kLargest);
 
+// The container blocks that are too large for the small-block allocator, see RecyclingAllocator.h.
+void* AllocateLargeContainerBlock(std::size_t bytes);
+void DisposeLargeContainerBlock(void* block, std::size_t bytes) noexcept;
+
 }  // namespace zvkcore::allocator
 
 #endif

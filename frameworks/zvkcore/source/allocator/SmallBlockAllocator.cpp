@@ -12,7 +12,9 @@
 #include <new>
 #include <utility>
 
+#include "RecyclerPool.h"
 #include "SystemMemory.h"
+#include "zvkcore/allocator/RecyclingAllocator.h"
 
 namespace zvkcore::allocator {
 namespace {
@@ -203,6 +205,19 @@ void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
     if (magazines == nullptr || magazines->ofClass[c].count == kBatch) [[unlikely]]
         return DisposeSlowly(c, block);
     Push(magazines->ofClass[c], block);
+}
+
+// Containers come here: most of their blocks are small, and take the way above without another call.
+void* AllocateContainerBlock(std::size_t bytes)
+{
+    return bytes <= SmallBlockAllocator::kLargest ? SmallBlockAllocator::Allocate(bytes)
+                                                  : AllocateLargeContainerBlock(bytes);
+}
+
+void DisposeContainerBlock(void* block, std::size_t bytes) noexcept
+{
+    bytes <= SmallBlockAllocator::kLargest ? SmallBlockAllocator::Dispose(block, bytes)
+                                           : DisposeLargeContainerBlock(block, bytes);
 }
 
 }  // namespace zvkcore::allocator

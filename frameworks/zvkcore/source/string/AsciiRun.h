@@ -1,12 +1,13 @@
 // The step that makes plain ASCII cheap: sixteen or eight characters at once.
 //
-// The block functions read a whole block, write a whole block, and give a word with a bit for each character that
-// is not ASCII, the first one lowest; what they wrote from there on means nothing. The half forms do half a block
-// that is known to be ASCII.
+// The functions read a whole block, or half a one, write as much, and give a word with a bit for each character
+// that is not ASCII, the first one lowest; what they wrote from there on means nothing.
 #ifndef ZVKCORE_SOURCE_STRING_ASCIIRUN_H
 #define ZVKCORE_SOURCE_STRING_ASCIIRUN_H
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -27,10 +28,17 @@ inline unsigned int WidenAsciiBlock(const unsigned char* from, unsigned short* t
     return static_cast<unsigned int>(_mm_movemask_epi8(bytes));
 }
 
-inline void WidenAsciiHalf(const unsigned char* from, unsigned short* to) noexcept
+inline unsigned int WidenAsciiHalf(const unsigned char* from, unsigned short* to) noexcept
 {
     const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
+    return static_cast<unsigned int>(_mm_movemask_epi8(bytes));
+}
+
+// What is left of a unit when 7F is taken away, without going below zero, tells whether it is larger.
+inline __m128i AsciiUnits(__m128i units) noexcept
+{
+    return _mm_cmpeq_epi16(_mm_subs_epu16(units, _mm_set1_epi16(0x7F)), _mm_setzero_si128());
 }
 
 inline unsigned int NarrowAsciiBlock(const unsigned short* from, unsigned char* to) noexcept
@@ -38,18 +46,16 @@ inline unsigned int NarrowAsciiBlock(const unsigned short* from, unsigned char* 
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 8));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(low, high));
-    const __m128i last = _mm_set1_epi16(0x7F);
-    const __m128i zero = _mm_setzero_si128();
-    // What is left of a unit when 7F is taken away, without going below zero, tells whether it was larger.
-    const __m128i ascii = _mm_packs_epi16(_mm_cmpeq_epi16(_mm_subs_epu16(low, last), zero),
-                                          _mm_cmpeq_epi16(_mm_subs_epu16(high, last), zero));
+    const __m128i ascii = _mm_packs_epi16(AsciiUnits(low), AsciiUnits(high));
     return static_cast<unsigned int>(_mm_movemask_epi8(ascii)) ^ 0xFFFFu;
 }
 
-inline void NarrowAsciiHalf(const unsigned short* from, unsigned char* to) noexcept
+inline unsigned int NarrowAsciiHalf(const unsigned short* from, unsigned char* to) noexcept
 {
     const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(units, units));
+    const __m128i ascii = AsciiUnits(units);
+    return static_cast<unsigned int>(_mm_movemask_epi8(_mm_packs_epi16(ascii, ascii)) & 0xFF) ^ 0xFFu;
 }
 
 #else
@@ -70,9 +76,9 @@ inline unsigned int WidenAsciiBlock(const unsigned char* from, unsigned short* t
     return CopyAscii(from, to, kAsciiBlock);
 }
 
-inline void WidenAsciiHalf(const unsigned char* from, unsigned short* to) noexcept
+inline unsigned int WidenAsciiHalf(const unsigned char* from, unsigned short* to) noexcept
 {
-    CopyAscii(from, to, kAsciiBlock / 2);
+    return CopyAscii(from, to, kAsciiBlock / 2);
 }
 
 inline unsigned int NarrowAsciiBlock(const unsigned short* from, unsigned char* to) noexcept
@@ -80,12 +86,48 @@ inline unsigned int NarrowAsciiBlock(const unsigned short* from, unsigned char* 
     return CopyAscii(from, to, kAsciiBlock);
 }
 
-inline void NarrowAsciiHalf(const unsigned short* from, unsigned char* to) noexcept
+inline unsigned int NarrowAsciiHalf(const unsigned short* from, unsigned char* to) noexcept
 {
-    CopyAscii(from, to, kAsciiBlock / 2);
+    return CopyAscii(from, to, kAsciiBlock / 2);
 }
 
 #endif
+
+// What is not ASCII among eight characters, as bits of a word whose order means nothing; 0 for none.
+inline std::uint64_t OthersAmongEight(const unsigned char* at) noexcept
+{
+    std::uint64_t word;
+    std::memcpy(&word, at, sizeof word);
+    return word & 0x8080808080808080;
+}
+
+inline std::uint64_t OthersAmongEight(const unsigned short* at) noexcept
+{
+    std::uint64_t first;
+    std::uint64_t second;
+    std::memcpy(&first, at, sizeof first);
+    std::memcpy(&second, at + 4, sizeof second);
+    return (first | second) & 0xFF80FF80FF80FF80;
+}
+
+// Whether a whole text is ASCII. It is looked at in strides, so that a text that is not is left early, and of the
+// last stride the last eight characters may be looked at twice.
+template <class Unit>
+inline bool IsAscii(const Unit* text, std::size_t size) noexcept
+{
+    constexpr std::size_t kStride = 32;
+    std::uint64_t others = 0;
+    if (size < 8) {
+        for (std::size_t i = 0; i < size; ++i) others |= text[i];
+        return others < 0x80;
+    }
+    const std::size_t last = size - 8;
+    for (std::size_t at = 0; at < last && others == 0;) {
+        const std::size_t stop = at + kStride < last ? at + kStride : last;
+        for (; at < stop; at += 8) others |= OthersAmongEight(text + at);
+    }
+    return (others | OthersAmongEight(text + last)) == 0;
+}
 
 }  // namespace zvkcore::string
 

@@ -1,5 +1,5 @@
-// Conversion runs through a buffer on the stack: a short text is converted and copied once into a string of its
-// exact size, a long one is appended piece by piece, and nothing is zeroed first.
+// Plain ASCII becomes a string straight from its source. Other text runs through a buffer on the stack: a short one
+// is copied once into a string of its exact size, a long one is appended piece by piece. Nothing is zeroed first.
 //
 // Ill-formed UTF-8 is divided as the Unicode standard recommends (chapter 3, "maximal subparts"): the longest
 // prefix of a well-formed sequence counts as one piece, any other byte as one. No state.
@@ -51,7 +51,7 @@ bool ReadSequence(const unsigned char*& at, const unsigned char* end, std::uint3
     return true;
 }
 
-inline unsigned short* PutUnits(std::uint32_t code, unsigned short* out)
+[[gnu::always_inline]] inline unsigned short* PutUnits(std::uint32_t code, unsigned short* out)
 {
     if (code < 0x10000) {
         *out++ = static_cast<unsigned short>(code);
@@ -62,40 +62,63 @@ inline unsigned short* PutUnits(std::uint32_t code, unsigned short* out)
     return out;
 }
 
-constexpr unsigned char Trail(std::uint32_t code, int shift)
-{
-    return static_cast<unsigned char>(0x80 | (code >> shift & 0x3F));
-}
-
 constexpr std::ptrdiff_t kBlock = kAsciiBlock;
-constexpr std::uint64_t kHighBits = 0x8080808080808080;
+constexpr std::ptrdiff_t kHalf = kAsciiBlock / 2;
 
-// Whether the next eight bytes are ASCII, so that it pays to leave the loop over single characters.
-inline bool IsLongRun(const unsigned char* at, const unsigned char* end)
+// Bytes as one number, the first one lowest: compilers make a single access of it.
+inline std::uint32_t ReadFour(const unsigned char* at)
 {
-    std::uint64_t word;
-    if (end - at < 8) return false;
-    std::memcpy(&word, at, sizeof word);
-    return (word & kHighBits) == 0;
+    return at[0] | at[1] << 8 | at[2] << 16 | static_cast<std::uint32_t>(at[3]) << 24;
 }
 
-inline bool IsLongRun(const unsigned short* at, const unsigned short* end)
+inline void WriteFour(std::uint32_t bytes, unsigned char* out)
 {
-    std::uint64_t words[2];
-    if (end - at < 8) return false;
-    std::memcpy(words, at, sizeof words);
-    return ((words[0] | words[1]) & 0xFF80FF80FF80FF80) == 0;
+    if constexpr (std::endian::native == std::endian::little) {
+        std::memcpy(out, &bytes, sizeof bytes);
+    } else {
+        for (int i = 0; i < 4; ++i) out[i] = static_cast<unsigned char>(bytes >> 8 * i);
+    }
+}
+
+// Converts the sequence of several bytes at the front of these four and gives its length, 0 where it is ill-formed.
+[[gnu::always_inline]] inline int WidenSequence(std::uint32_t four, unsigned short*& out)
+{
+    if ((four & 0xC0C0F0) == 0x8080E0) {
+        const std::uint32_t code = (four & 0x0F) << 12 | (four >> 2 & 0xFC0) | (four >> 16 & 0x3F);
+        if (code < 0x800 || IsSurrogate(code)) return 0;
+        *out++ = static_cast<unsigned short>(code);
+        return 3;
+    }
+    if ((four & 0xC0E0) == 0x80C0) {
+        const std::uint32_t code = (four & 0x1F) << 6 | (four >> 8 & 0x3F);
+        if (code < 0x80) return 0;
+        *out++ = static_cast<unsigned short>(code);
+        return 2;
+    }
+    if ((four & 0xC0C0C0F8) != 0x808080F0) return 0;
+    const std::uint32_t code =
+        (four & 0x07) << 18 | (four << 4 & 0x3F000) | (four >> 10 & 0xFC0) | (four >> 24 & 0x3F);
+    if (code < 0x10000 || code > 0x10FFFF) return 0;
+    out = PutUnits(code, out);
+    return 4;
 }
 
 enum class OnIllFormed { kReplace, kStop };
+
+// Whether the next eight characters are ASCII, so that it pays to leave the loop over single characters.
+template <class Unit>
+inline bool IsLongRun(const Unit* at, const Unit* end)
+{
+    return end - at >= kHalf && OthersAmongEight(at) == 0;
+}
 
 // Both directions convert a slice [at, stop) of a text that ends at `end`: a sequence that begins in the slice is
 // read to its own end. The caller has room for the whole slice. Two loops take turns: one over blocks of ASCII,
 // and one over characters that stays with short runs of ASCII. The result is where the reading ended, or null
 // (with kStop) at ill-formed text.
 template <OnIllFormed kWhat>
-const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* stop,
-                                  const unsigned char* end, unsigned short*& target)
+[[gnu::noinline]] const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* stop,
+                                                    const unsigned char* end, unsigned short*& target)
 {
     unsigned short* out = target;
     while (at < stop) {
@@ -108,31 +131,22 @@ const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* 
         }
         if (IsLongRun(at, stop)) {
             WidenAsciiHalf(at, out);
-            at += kBlock / 2;
-            out += kBlock / 2;
+            at += kHalf;
+            out += kHalf;
         }
         while (at < stop) {
-            const std::uint32_t lead = *at;
-            if (lead < 0x80) {
-                if (IsLongRun(at, stop)) break;
-                *out++ = *at++;
-                while (at < stop && *at < 0x80) *out++ = *at++;
+            if (*at < 0x80) {
+                // Most runs in other scripts are a blank or two: they fail at the cheap test.
+                if (stop - at >= kHalf && (at[1] | at[2] | at[3]) < 0x80 && IsLongRun(at, stop)) break;
+                do {
+                    *out++ = *at++;
+                } while (at < stop && *at < 0x80);
                 continue;
             }
-            // Whole sequences of two and three bytes, as most scripts have.
-            if (end - at >= 3) {
-                const std::uint32_t second = at[1] ^ 0x80u;
-                const std::uint32_t third = at[2] ^ 0x80u;
-                const std::uint32_t three = (lead & 0x0F) << 12 | second << 6 | third;
-                if ((lead & 0xF0) == 0xE0 && (second | third) < 0x40 && three >= 0x800 &&
-                    !IsSurrogate(three)) {
-                    *out++ = static_cast<unsigned short>(three);
-                    at += 3;
-                    continue;
-                }
-                if (lead >= 0xC2 && lead < 0xE0 && second < 0x40) {
-                    *out++ = static_cast<unsigned short>((lead & 0x1F) << 6 | second);
-                    at += 2;
+            if (end - at >= 4) {
+                const std::uint32_t four = ReadFour(at);
+                if (const int length = WidenSequence(four, out)) {
+                    at += length;
                     continue;
                 }
             }
@@ -149,8 +163,8 @@ const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* 
 }
 
 template <OnIllFormed kWhat>
-const unsigned short* ConvertSlice(const unsigned short* at, const unsigned short* stop,
-                                   const unsigned short* end, unsigned char*& target)
+[[gnu::noinline]] const unsigned short* ConvertSlice(const unsigned short* at, const unsigned short* stop,
+                                                     const unsigned short* end, unsigned char*& target)
 {
     unsigned char* out = target;
     while (at < stop) {
@@ -163,8 +177,8 @@ const unsigned short* ConvertSlice(const unsigned short* at, const unsigned shor
         }
         if (IsLongRun(at, stop)) {
             NarrowAsciiHalf(at, out);
-            at += kBlock / 2;
-            out += kBlock / 2;
+            at += kHalf;
+            out += kHalf;
         }
         while (at < stop) {
             std::uint32_t code = *at;
@@ -176,27 +190,23 @@ const unsigned short* ConvertSlice(const unsigned short* at, const unsigned shor
             }
             ++at;
             if (code < 0x800) {
-                out[0] = static_cast<unsigned char>(0xC0 | code >> 6);
-                out[1] = Trail(code, 0);
+                WriteFour(0x80C0 | code >> 6 | (code & 0x3F) << 8, out);
                 out += 2;
                 continue;
             }
             if (IsSurrogate(code)) {
                 if (IsLeadSurrogate(code) && at != end && IsTrailSurrogate(*at)) {
                     code = (code << 10) + *at++ - ((0xD800u << 10) + 0xDC00 - 0x10000);
-                    out[0] = static_cast<unsigned char>(0xF0 | code >> 18);
-                    out[1] = Trail(code, 12);
-                    out[2] = Trail(code, 6);
-                    out[3] = Trail(code, 0);
+                    WriteFour(0x808080F0 | code >> 18 | (code >> 4 & 0x3F00) | (code << 10 & 0x3F0000) |
+                                  (code & 0x3F) << 24,
+                              out);
                     out += 4;
                     continue;
                 }
                 if (kWhat == OnIllFormed::kStop) return nullptr;
                 code = kReplacement;
             }
-            out[0] = static_cast<unsigned char>(0xE0 | code >> 12);
-            out[1] = Trail(code, 6);
-            out[2] = Trail(code, 0);
+            WriteFour(0x8080E0 | code >> 12 | (code << 2 & 0x3F00) | (code & 0x3F) << 16, out);
             out += 3;
         }
     }
@@ -211,70 +221,82 @@ constexpr std::size_t RoomFor(std::size_t slice)
 }
 
 // A text of one slice gets a string of its exact size. The capacity of a longer one is enough but for text outside
-// ASCII on its way to UTF-8, which may grow. `fine` is false, and the result empty, where the reading stopped.
+// ASCII on its way to UTF-8, which may grow. `valid` is false, and the result empty, where the reading stopped.
 template <class Out, OnIllFormed kWhat, class View>
-Out Convert(View text, bool& fine)
+[[gnu::noinline]] Out ConvertByRoom(View text, bool& valid)
 {
-    constexpr std::size_t kSlice = 1024;
+    constexpr std::ptrdiff_t kSlice = 1024;
     typename Out::value_type room[RoomFor(kSlice)];
     const auto* at = text.data();
     const auto* const end = at + text.size();
-    fine = true;
+    auto* out = room;
+    at = ConvertSlice<kWhat>(at, at + std::min(end - at, kSlice), end, out);
+    if (at == end) return Out(room, static_cast<std::size_t>(out - room));
     Out result;
-    for (;;) {
-        auto* out = room;
-        at = ConvertSlice<kWhat>(at, at + std::min<std::ptrdiff_t>(end - at, kSlice), end, out);
-        const auto count = static_cast<std::size_t>(out - room);
-        if (at == nullptr) {
-            fine = false;
-            return {};
-        }
-        if (at == end && result.empty()) return Out(room, count);
-        if (result.empty()) result.reserve(text.size());
-        result.append(room, count);
+    result.reserve(text.size());
+    while (at != nullptr) {
+        result.append(room, static_cast<std::size_t>(out - room));
         if (at == end) return result;
+        out = room;
+        at = ConvertSlice<kWhat>(at, at + std::min(end - at, kSlice), end, out);
     }
+    valid = false;
+    return {};
+}
+
+template <class Out, OnIllFormed kWhat, class View>
+Out Convert(View text, bool& valid)
+{
+    valid = true;
+    if (IsAscii(text.data(), text.size())) return Out(text.begin(), text.end());
+    return ConvertByRoom<Out, kWhat>(text, valid);
 }
 
 }  // namespace
 
 UTF16String UTF8to16(UTF8View text)
 {
-    bool fine = true;
-    return Convert<UTF16String, OnIllFormed::kReplace>(text, fine);
+    bool valid;
+    return Convert<UTF16String, OnIllFormed::kReplace>(text, valid);
+}
+
+UTF16String UTF8to16(UTF8View text, bool& valid)
+{
+    return Convert<UTF16String, OnIllFormed::kStop>(text, valid);
 }
 
 bool TryUTF8to16(UTF8View text, UTF16String& out)
 {
-    bool fine = true;
-    out = Convert<UTF16String, OnIllFormed::kStop>(text, fine);
-    return fine;
+    bool valid;
+    out = UTF8to16(text, valid);
+    return valid;
 }
 
 UTF8String UTF16to8(UTF16View text)
 {
-    bool fine = true;
-    return Convert<UTF8String, OnIllFormed::kReplace>(text, fine);
+    bool valid;
+    return Convert<UTF8String, OnIllFormed::kReplace>(text, valid);
+}
+
+UTF8String UTF16to8(UTF16View text, bool& valid)
+{
+    return Convert<UTF8String, OnIllFormed::kStop>(text, valid);
 }
 
 bool TryUTF16to8(UTF16View text, UTF8String& out)
 {
-    bool fine = true;
-    out = Convert<UTF8String, OnIllFormed::kStop>(text, fine);
-    return fine;
+    bool valid;
+    out = UTF16to8(text, valid);
+    return valid;
 }
 
 UTF16String AsciiToUTF16(const char* text, std::size_t count)
 {
-    UTF16String result(count, 0);
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(text);
-    const auto widen = [](unsigned char byte) -> unsigned short { return byte < 0x80 ? byte : kReplacement; };
-    for (std::size_t at = 0; at < count;) {
-        const std::size_t stop = std::min(at + kAsciiBlock, count);
-        if (stop - at < kAsciiBlock || WidenAsciiBlock(bytes + at, result.data() + at) != 0) {
-            std::transform(bytes + at, bytes + stop, result.data() + at, widen);
-        }
-        at = stop;
+    const UTF8View bytes = Units(std::string_view(text, count));
+    UTF16String result(bytes.begin(), bytes.end());
+    if (!IsAscii(bytes.data(), count)) {
+        std::replace_if(
+            result.begin(), result.end(), [](unsigned short unit) { return unit >= 0x80; }, kReplacement);
     }
     return result;
 }

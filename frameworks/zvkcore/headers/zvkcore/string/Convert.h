@@ -20,11 +20,17 @@ inline UTF16String UTF8to16(std::string_view text)
     return UTF8to16(Units(text));
 }
 
+/// The same for valid text: the result is empty, and `valid` false, if `text` is not valid UTF-8.
+ZVKCORE_EXPORT UTF16String UTF8to16(UTF8View text, bool& valid);
+
 /// The same into `out`; false, and `out` empty, if `text` is not valid UTF-8.
 ZVKCORE_EXPORT bool TryUTF8to16(UTF8View text, UTF16String& out);
 
 /// UTF-16 to UTF-8; a lone surrogate is ill-formed.
 ZVKCORE_EXPORT UTF8String UTF16to8(UTF16View text);
+
+/// The same for valid text: the result is empty, and `valid` false, if `text` is not valid UTF-16.
+ZVKCORE_EXPORT UTF8String UTF16to8(UTF16View text, bool& valid);
 
 /// The same into `out`; false, and `out` empty, if `text` is not valid UTF-16.
 ZVKCORE_EXPORT bool TryUTF16to8(UTF16View text, UTF8String& out);
