@@ -17,6 +17,9 @@ ql_package(U_memory HEADERS headers INSTALL U_Memory.h PRIVATE indep
     indep/U_Memory_Usage.cpp
     indep/U_TraceLine.cpp
     linux/Up_MemoryProbe_Linux.cpp)
+# A small allocation is too short for a detour by the procedure linkage table on its way to the C library.
+set_source_files_properties("${CMAKE_CURRENT_SOURCE_DIR}/indep/U_Memory_Front.cpp"
+  TARGET_DIRECTORY qlfoundation_objects PROPERTIES COMPILE_OPTIONS "-fno-plt")
 
 ql_tests(U_memory_tests
   SOURCES

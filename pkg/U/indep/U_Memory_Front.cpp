@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 
+#include "MEMp_HeapInline.h"
 #include "U_TrySection.h"
 #include "Up_AllocateShared.h"
 #include "Up_Err.h"
@@ -47,7 +48,7 @@ template <Clearing clearing>
 inline void* AllocatePtr(unsigned failureCode, const char* caller, unsigned long long size)
 {
     if (!IsSmall(size)) return AllocateLargePtr<clearing>(failureCode, caller, size);
-    void* block = MEM_NewPtrDebug(Up_Heap(), size, caller, nullptr, 0);
+    void* block = MEMp_NewPtrDebug(Up_Heap(), size, caller, nullptr, 0);
     if (clearing == kCleared && block) std::memset(block, 0, size);
     return block;
 }
@@ -67,7 +68,7 @@ template <Clearing clearing>
 inline char** AllocateHandle(unsigned failureCode, const char* caller, unsigned long long size)
 {
     if (!IsSmall(size)) return AllocateLargeHandle<clearing>(failureCode, caller, size);
-    char** handle = MEM_NewHandle(Up_Heap(), size);
+    char** handle = MEMp_NewHandle(Up_Heap(), size);
     if (clearing == kCleared && handle) Up_ClearBlock(handle, size);
     return handle;
 }
@@ -134,7 +135,7 @@ void* U_AllocatePtrClearQuiet(unsigned long long size)
 
 Err U_FreePtr(void* block)
 {
-    MEM_DisposePtr(Up_Heap(), block);
+    MEMp_DisposePtr(Up_Heap(), block);
     return U_Err_NONE;
 }
 
@@ -192,8 +193,8 @@ Err U_CheckHandleFromHeap(char** handle)
 Err U_FreeHandle(char** handle)
 {
     MEM_Heap* heap = Up_Heap();
-    if (MEM_CheckHandleFromHeap(heap, handle) == 0) {
-        MEM_DisposeHandle(heap, handle);
+    if (MEMp_CheckHandleFromHeap(heap, handle) == 0) {
+        MEMp_DisposeHandle(heap, handle);
     } else {
         ReportForeignHandle(handle);
     }
