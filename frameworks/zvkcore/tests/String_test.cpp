@@ -83,7 +83,7 @@ TEST(Conversion, MeetsEveryBoundary)
 {
     for (const std::string_view mark : {"", "\xC3\xA9", "\xE3\x83\xAC", "\xF0\x9F\x8E\xAC"}) {
         for (std::size_t before :
-             {0u, 1u, 14u, 15u, 16u, 17u, 31u, 340u, 1007u, 1020u, 1023u, 1024u, 2047u}) {
+             {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 31u, 32u, 39u, 340u, 1007u, 1020u, 1023u, 1024u, 2047u}) {
             for (std::size_t behind : {0u, 1u, 13u, 15u, 16u, 33u, 1024u}) {
                 const std::string text =
                     std::string(before, 'a') + std::string{mark} + std::string(behind, 'b');
