@@ -1,5 +1,6 @@
 // The scan of a plug-ins folder: its order, and everything in it that is no plug-in.
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 

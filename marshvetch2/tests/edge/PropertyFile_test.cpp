@@ -1,6 +1,7 @@
 // Property lists of files that lie: every count, offset and length that a reader might trust.
 #include <elf.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -114,7 +115,7 @@ class PropertyFile : public qltest::Library {
         std::ifstream stream{QL_SAMPLE_PLUGIN, std::ios::binary};
         m_good.assign(std::istreambuf_iterator<char>{stream}, {});
         ASSERT_GT(m_good.size(), sizeof(Elf64_Ehdr));
-        m_path = std::filesystem::path{testing::TempDir()} / "spoiled.so";
+        m_path = std::filesystem::path{testing::TempDir()} / ("spoiled." + std::to_string(getpid()));
     }
     void TearDown() override
     {
