@@ -50,7 +50,7 @@ function(ql_add_foundation_targets)
     PRIVATE ql_private_flags Boost::thread Boost::json ICU::uc ICU::i18n ICU::data fmt::fmt
             spdlog::spdlog ${CMAKE_DL_LIBS})
   target_compile_definitions(qlfoundation_objects PRIVATE BOOST_ASIO_NO_DEPRECATED)
-  target_include_directories(qlfoundation_objects SYSTEM PRIVATE ${XXHASH_INCLUDE_DIRS})  # compiled in, not linked
+  target_include_directories(qlfoundation_objects SYSTEM PRIVATE ${XXHASH_INCLUDE_DIRS})  # compiled in (XXH_INLINE_ALL)
 
   add_library(qlfoundation SHARED $<TARGET_OBJECTS:qlfoundation_objects>)
   add_library(QL::Foundation ALIAS qlfoundation)

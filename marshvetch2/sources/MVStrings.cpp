@@ -1,5 +1,6 @@
 // The string pool: one pointer for each text. A pool of the runtime keeps the texts itself; a host may have brought a
 // pool of its own for the runtime's, which is then asked every time.
+#define XXH_INLINE_ALL
 #include <xxhash.h>
 
 #include <cstring>
