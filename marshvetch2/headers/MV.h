@@ -74,7 +74,8 @@ typedef struct MVFailure {
 typedef struct MVHostProcs {
     uint64_t size;
 
-    /// Called when plug-ins start (`MV_Event_PLUGIN`) and when that fails. By default nothing happens.
+    /// Called when plug-ins start (`MV_Event_PLUGIN`) and when a call of that gives a code
+    /// (`MV_Event_FAILURE`). By default nothing happens.
     void (*startupNotify)(void* hostData, int32_t event, const void* data);
 
     /// Called likewise when plug-ins shut down. By default nothing happens.

@@ -289,8 +289,9 @@ U_EXPORT Err MVSetPluginSkipShutdown(MVPlugin* plugin, int32_t skip);
 // Host plug-ins start before all of these. Numbers in property data are little-endian.
 
 /// Lists the plug-ins and starts them. A plug-in that fails for want of a suite is tried again once one that
-/// was looked for in vain appears; one that fails otherwise is broken for the rest of the run. Failures of
-/// single plug-ins go to `startupNotify`.
+/// was looked for in vain appears; one that fails otherwise is broken for the rest of the run
+/// (`MVGetPluginBroken`). A code of the call itself goes to `startupNotify` as well. May be called again behind
+/// `MVShutdownPlugins`.
 ///
 /// returns  0; "H!St" when `filterEvent` answered 0; the code of listing the plug-ins
 U_EXPORT Err MVStartupPlugins(void);
@@ -300,7 +301,10 @@ U_EXPORT Err MVStartupPlugins(void);
 /// started  1 when there was one
 U_EXPORT Err MVStartupExport(MVPluginList* list, const char* exportName, int32_t version, int32_t* started);
 
-/// Sends "Shutdown" to every plug-in that has started, and unloads what nobody holds.
+/// Sends "Shut down" to adapters and then "Shutdown" to every plug-in that has started, and unloads what nobody
+/// holds. A code of an adapter's call ends the walk over adapters, one of a plug-in's that over plug-ins.
+///
+/// returns  0, or the first of these codes
 U_EXPORT Err MVShutdownPlugins(void);
 
 #ifdef __cplusplus

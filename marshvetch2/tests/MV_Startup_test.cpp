@@ -200,23 +200,6 @@ TEST_F(Startup, TellsV1AdaptersAtTheEnd)
 
 // --- Exports -----------------------------------------------------------------------------------------------
 
-TEST_F(Startup, StartsForAnExport)
-{
-    MVPlugin* plugin = Add("Grain", {}, kExports);
-    Add("Other");
-    const struct {
-        const char* name;
-        int32_t version, started;
-    } rows[] = {{"Export", 2, 0}, {"Expor", 3, 0}, {"", 3, 0}, {"Export", 3, 1}, {"Export", 3, 0}};
-    for (const auto& row : rows) {
-        int32_t started = -1;
-        EXPECT_EQ(MVStartupExport(nullptr, row.name, row.version, &started), 0);
-        EXPECT_EQ(started, row.started) << row.name;
-    }
-    EXPECT_EQ(Took("Startup"), Lines{"Grain"});
-    EXPECT_TRUE(Has(plugin, kStateComplete));
-}
-
 TEST_F(Startup, ReadsExportsWithinTheirData)
 {
     // Two exports: "ab" 7, and "exports" 9.
