@@ -150,8 +150,8 @@ U_EXPORT Err MVSendMessage(MVPlugin* plugin, const char* caller, const char* sel
 
 /// Counts one more user of a plug-in's code, and loads it when it is not in memory ("Reload").
 ///
-/// access   null on failure; but when code was loaded and answers "Reload" by a result of its own, which is then
-///          thrown and returned, or by an exception, the access is there and counted
+/// access   null on failure; but when code was loaded and answers "Reload" by a result of its own, which is
+///          then thrown and returned, or by an exception, the access is there and counted
 /// returns  0; "NMVP" with a V1 adapter; "!Acq" when there is no code to load (and the plug-in is broken from
 ///          then on), or no plug-in behind its adapter; 4; the code of the adapter
 U_EXPORT Err MVAcquirePlugin(MVPlugin* plugin, MVAccess** access);
@@ -290,8 +290,8 @@ U_EXPORT Err MVSetPluginSkipShutdown(MVPlugin* plugin, int32_t skip);
 
 /// Lists the plug-ins and starts them. A plug-in that fails for want of a suite is tried again once one that
 /// was looked for in vain appears; one that fails otherwise is broken for the rest of the run
-/// (`MVGetPluginBroken`). A code of the call itself goes to `startupNotify` as well. May be called again behind
-/// `MVShutdownPlugins`.
+/// (`MVGetPluginBroken`). A code of the call itself goes to `startupNotify` as well. May be called again
+/// behind `MVShutdownPlugins`.
 ///
 /// returns  0; "H!St" when `filterEvent` answered 0; the code of listing the plug-ins
 U_EXPORT Err MVStartupPlugins(void);
@@ -301,8 +301,9 @@ U_EXPORT Err MVStartupPlugins(void);
 /// started  1 when there was one
 U_EXPORT Err MVStartupExport(MVPluginList* list, const char* exportName, int32_t version, int32_t* started);
 
-/// Sends "Shut down" to adapters and then "Shutdown" to every plug-in that has started, and unloads what nobody
-/// holds. A code of an adapter's call ends the walk over adapters, one of a plug-in's that over plug-ins.
+/// Sends "Shut down" to adapters and then "Shutdown" to every plug-in that has started, and unloads what
+/// nobody holds. A code of an adapter's call ends the walk over adapters, one of a plug-in's that over
+/// plug-ins.
 ///
 /// returns  0, or the first of these codes
 U_EXPORT Err MVShutdownPlugins(void);
