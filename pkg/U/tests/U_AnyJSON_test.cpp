@@ -301,24 +301,15 @@ class RandomTree {
 
     U_Any Value()
     {
-        switch (Below(8)) {
-            case 0:
-                return {};
-            case 1:
-                return Below(2) == 1;
-            case 2:
-                return static_cast<long long>(m_random()) << Below(40);
-            case 3:
-                return Below(1000000) / 1024.0 - 300;
-            case 4:
-                return static_cast<double>(Below(1000000));
-            case 5:
-                return U_Any(1.5, true);
-            case 6:
-                return U_Any(7LL, true);
-            default:
-                return Word();
-        }
+        const U_Any values[] = {{},
+                                Below(2) == 1,
+                                static_cast<long long>(m_random()) << Below(40),
+                                Below(1000000) / 1024.0 - 300,
+                                static_cast<double>(Below(1000000)),
+                                {1.5, true},
+                                {7LL, true},
+                                Word()};
+        return values[Below(std::size(values))];
     }
 
     std::mt19937 m_random;

@@ -243,8 +243,7 @@ TEST(AnyTree, AppliesOrLeavesTheTreeWhenMemoryRunsOut)
         },
         [](auto& tree) {
             tree.SetFrom_JSON_Strict(Text16(R"({"more":[1,2.5,"three and \n some more text"]})"));
-        },
-    };
+        }};
     for (const auto& change : changes) {
         bool isWhole = true;
         qltest::EveryAllocationFails([&] {
