@@ -209,25 +209,7 @@ TEST_F(Rotation, AxesAnglesAndQuaternionsAgree)
     flat.m[2][2] = 0;  // has no Z axis to turn about
     EXPECT_EQ(M_RotateMatrix4XYZPlus(false, &flat, 0, 0, 1), 0);
     EXPECT_EQ(flat.m[0][0], 1);
-}
-
-// The diagonal that wins chooses the component; strictly, so the first of equals.
-TEST_F(Rotation, QuaternionsOfHalfTurns)
-{
-    const M_Quaternion halves[] = {
-        {1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0.6, 0.8, 0, 0}, {0, 0.6, 0.8, 0}};
-    for (const M_Quaternion& q : halves) {
-        M_Matrix4 m;
-        M_Quaternion back;
-        M_QuatToMatrix4(&q, &m);
-        M_Matrix4ToQuat(&m, &back);
-        EXPECT_NEAR(back.x, q.x, 1e-15);
-        EXPECT_NEAR(back.y, q.y, 1e-15);
-        EXPECT_NEAR(back.z, q.z, 1e-15);
-        EXPECT_EQ(back.w, 0);
-    }
     const M_Quaternion twice = {0, 0, 0, 2};  // is not normalised
-    M_Matrix4 m;
     M_QuatToMatrix4(&twice, &m);
     EXPECT_EQ(m.m[1][1], 4);
 }
