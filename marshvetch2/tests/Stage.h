@@ -35,10 +35,6 @@ enum Mark { kPlain = 0, kEarly = 1, kSkip = 2, kExports = 4, kStays = 8, kAdapts
 
 class Stage : public qltest::Library {
   public:
-    struct Actor {
-        std::string name;
-        Act act;
-    };
     using Lines = std::vector<std::string>;
 
     Lines log;  ///< "name selector", with the access point behind it for access messages; host procs too
@@ -70,7 +66,7 @@ class Stage : public qltest::Library {
             if (const int answer = first ? first(call) : 0) return answer;
             if (!call.Is(MV_Selector_SEND_MESSAGE)) return 0;
             auto& wrapped = call.As<MVAdapterMessage>();
-            return ActorOf(wrapped.plugin)->act({wrapped.caller, wrapped.selector, wrapped.message});
+            return (*ActorOf(wrapped.plugin))({wrapped.caller, wrapped.selector, wrapped.message});
         });
         MVAdapter* adapter = nullptr;
         MVAddAdapter(host, name.c_str(), 1, flags, nullptr, &adapter);
@@ -122,7 +118,7 @@ class Stage : public qltest::Library {
     static const MVHostProcs kProcs;
 
   private:
-    Actor* NewActor(const std::string& name, Act act)
+    Act* NewActor(const std::string& name, Act act)
     {
         Act logged = [this, name, act](const Call& call) {
             std::string line = name + ' ' + std::string(call.selector);
@@ -131,17 +127,17 @@ class Stage : public qltest::Library {
             log.push_back(line);
             return act && !m_isOver ? act(call) : 0;
         };
-        return &m_actors.emplace_back(name, logged);
+        return &m_actors.emplace_back(logged);
     }
 
-    static Actor* ActorOf(MVPlugin* plugin)
+    static Act* ActorOf(MVPlugin* plugin)
     {
-        return static_cast<Actor*>(plugin->hostInfo ? plugin->hostInfo : plugin->adapterInfo);
+        return static_cast<Act*>(plugin->hostInfo ? plugin->hostInfo : plugin->adapterInfo);
     }
 
     static int Enter(const char* caller, const char* selector, void* message)
     {
-        return ActorOf(static_cast<MVMessageData*>(message)->self)->act({caller, selector, message});
+        return (*ActorOf(static_cast<MVMessageData*>(message)->self))({caller, selector, message});
     }
 
     static MVPropertyList* Properties(int marks)
@@ -165,7 +161,7 @@ class Stage : public qltest::Library {
         return list;
     }
 
-    std::deque<Actor> m_actors;
+    std::deque<Act> m_actors;
     bool m_isOver = false;  // what the lambdas refer to is gone
 };
 
