@@ -5,6 +5,7 @@
 
 #include <boost/gil/image.hpp>
 #include <boost/make_shared.hpp>
+#include <functional>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -65,8 +66,7 @@ class FakeHost : public RenderFrameData {
     boost::shared_ptr<CheckoutReceipt> CheckoutInputImage(int frame) override
     {
         Say("input", frame);
-        return boost::make_shared<FakeReceipt>(inputView ? *inputView
-                                                         : AnyImageView(boost::gil::view(input)));
+        return boost::make_shared<FakeReceipt>(boost::gil::view(input));
     }
     boost::shared_ptr<CheckoutReceipt> CheckoutForegroundStrokesImage(int f) override
     {
@@ -123,7 +123,6 @@ class FakeHost : public RenderFrameData {
     bool stroke = false;
     Image input;
     std::map<OutputIndex, Image> outputs;
-    const AnyImageView* inputView = nullptr;   // instead of `input`
     const AnyImageView* outputView = nullptr;  // instead of `outputs`
     mutable Calls calls;
 
@@ -146,6 +145,7 @@ struct Script {
     bool result = true;  // of each render
     bool makesNothing = false;
     uint8_t paint = 100;  // painted at local frame 0; each frame on adds 1
+    std::function<void()> whileRendering;
     std::set<int> cached{0, 1, 4, 5};
     std::vector<zvkcore::utility::Guid> identities;
 };
@@ -179,6 +179,7 @@ class Actor : public Base {
             boost::gil::fill_pixels(pixels, boost::gil::gray8_pixel_t{value});
         }
         if (type != nullptr) *type = RenderFrameData::OutputType_Matte;
+        if (m_script.whileRendering) m_script.whileRendering();
         Note("render " + std::to_string(frame));
         return m_script.result;
     }

@@ -59,6 +59,12 @@ TEST_F(SpanRender, ChoosesTheSpan)
     host.stroke = true;
     EXPECT_FALSE(m_spans.RenderHair(host, m_cache, type));
 
+    // A render keeps the objects of its span, whatever happens to the manual frame.
+    m_script.whileRendering = [this] { m_spans.ClearManualFrame(10); };
+    EXPECT_EQ(Rendered(10), road("seg render 0"));
+    EXPECT_FALSE(m_spans.IsManualFrame(10));
+    m_script.whileRendering = {};
+
     // A stroke without a span gets a segmenter of its own, and nothing is stored of it.
     stroke = true;
     m_spans.SetRenderingMode(SpanManager::RenderingMode_Freezing);
