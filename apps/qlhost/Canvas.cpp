@@ -85,6 +85,24 @@ void Canvas::Place(double x, double y, int width, int height, const std::uint8_t
     cairo_surface_destroy(image);
 }
 
+void Canvas::Read(std::uint8_t* rgba) const
+{
+    cairo_surface_flush(m_surface->surface);
+    const unsigned char* rows = cairo_image_surface_get_data(m_surface->surface);
+    const int width = cairo_image_surface_get_width(m_surface->surface),
+              height = cairo_image_surface_get_height(m_surface->surface),
+              stride = cairo_image_surface_get_stride(m_surface->surface);
+    for (int y = 0; y < height; ++y, rows += stride) {
+        for (int x = 0; x < width; ++x, rgba += 4) {
+            std::uint32_t packed = 0;
+            std::copy_n(rows + std::size_t{4} * static_cast<std::size_t>(x), 4,
+                        reinterpret_cast<unsigned char*>(&packed));
+            for (unsigned c = 0; c < 3; ++c) rgba[c] = static_cast<std::uint8_t>(packed >> (16 - 8 * c));
+            rgba[3] = 255;
+        }
+    }
+}
+
 bool Canvas::Save(const std::filesystem::path& file) const
 {
     return cairo_surface_write_to_png(m_surface->surface, file.c_str()) == CAIRO_STATUS_SUCCESS;

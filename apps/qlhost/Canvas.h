@@ -33,6 +33,9 @@ class Canvas {
     /// Places rows of RGBA, whose alpha is not looked at.
     void Place(double x, double y, int width, int height, const std::uint8_t* rgba);
 
+    /// Gives the picture back as rows of RGBA of the canvas's size.
+    void Read(std::uint8_t* rgba) const;
+
     bool Save(const std::filesystem::path& file) const;
 
   private:

@@ -16,7 +16,7 @@ namespace qlhost {
 namespace {
 
 // Raised whenever the scene changes, so that a clip of another version is made anew.
-constexpr int kSceneVersion = 2;
+constexpr int kSceneVersion = 3;
 
 std::string CompleteMark(const GenerateOptions& options)
 {

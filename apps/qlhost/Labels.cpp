@@ -16,6 +16,14 @@ constexpr Rate kRates[] = {
     {"59.94ndf", 3928228, true},
 };
 
+T_TimeFormatInfo FormatOf(const Rate& rate)
+{
+    T_TimeFormatInfo info = {};
+    info.useTimecode = 1;
+    info.nonDrop = rate.nonDrop;
+    return info;
+}
+
 }  // namespace
 
 const Rate* FindRate(std::string_view name)
@@ -32,16 +40,21 @@ std::string RateNames()
     return names;
 }
 
+T_Time FrameDuration(const Rate& rate)
+{
+    const T_TimeFormatInfo info = FormatOf(rate);
+    unsigned char isTimecode = 0, isDrop = 0, isNonDropNtsc = 0;
+    T_Time duration = {};
+    T_ExamineTimeInfo(&info, rate.fixed, &isTimecode, &isDrop, &isNonDropNtsc, &duration);
+    return duration;
+}
+
 std::string Timecode(const Rate& rate, std::int64_t frame)
 {
-    T_TimeFormatInfo info = {};
-    info.useTimecode = 1;
-    info.nonDrop = rate.nonDrop;
+    const T_TimeFormatInfo info = FormatOf(rate);
     char text[64] = "";
     const Err err = U_TrySection([&] {
-        unsigned char isTimecode = 0, isDrop = 0, isNonDropNtsc = 0;
-        T_Time duration = {};
-        T_ExamineTimeInfo(&info, rate.fixed, &isTimecode, &isDrop, &isNonDropNtsc, &duration);
+        const T_Time duration = FrameDuration(rate);
         if (frame > INT32_MAX / duration.value || frame < 0) throw int{U_Err_OUT_OF_RANGE};
         const T_Time time = {static_cast<std::int32_t>(frame * duration.value), duration.scale};
         T_GeneralFormatTime(&time, &info, T_TimeFormatType_Duration, rate.fixed, true, text);

@@ -21,6 +21,9 @@ const Rate* FindRate(std::string_view name);
 /// All names, for help and for errors.
 std::string RateNames();
 
+/// The time of one frame.
+T_Time FrameDuration(const Rate& rate);
+
 /// The label of a frame, counted from 0.
 std::string Timecode(const Rate& rate, std::int64_t frame);
 

@@ -13,6 +13,7 @@ namespace {
 // Where this host's reports say they come from.
 constexpr std::uint32_t kUnreadableFrame = 0x00010002;
 constexpr std::uint32_t kEndedRender = 0x00010003;
+constexpr std::uint32_t kMatteProblem = 0x00010007;
 
 U_UTF16String UTF16(const std::string& utf8)
 {
@@ -68,6 +69,17 @@ void ReportEndedRender(int err)
     U_ReportError(
         kEndedRender, U_Sev_PROBLEM,
         UTF16(Text("$$$/QLHost/EndedRender=A render thread ended early (error @0).", {std::to_string(err)})));
+}
+
+void ReportMatteProblem(int frame, const std::string& why)
+{
+    const std::string message =
+        frame < 0 ? why : Text("$$$/QLHost/Matte/Problem/One=frame @0: @1", {std::to_string(frame), why});
+    const U_UTF16String identifier = U_FormUniqueGroupErrorMessageIdentifier(
+        U_ZStringToUTF16String("$$$/QLHost/Matte/Problem/Plural=Some things went wrong with the mattes."),
+        U_ZStringToUTF16String("$$$/QLHost/Matte/Problem/Count=@0 things:"),
+        U_ZStringToUTF16String("$$$/QLHost/Matte/Problem/Singular=Something went wrong with the mattes."));
+    U_ReportError(kMatteProblem, U_Sev_WARNING, U_GroupErrorMessage(UTF16(message), identifier));
 }
 
 GatherScope::GatherScope(const std::string& title)

@@ -26,6 +26,10 @@ void ReportUnreadableFrame(const std::filesystem::path& file, const std::string&
 /// One report for a render thread that ended early with this code.
 void ReportEndedRender(int err);
 
+/// One report for something that went wrong with a matte; `frame` is below 0 for what belongs to no frame. They find
+/// together in one group.
+void ReportMatteProblem(int frame, const std::string& why);
+
 /// Gathers the problems of the calling thread under a title; does nothing for an empty one.
 class GatherScope {
   public:

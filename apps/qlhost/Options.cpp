@@ -15,11 +15,12 @@ constexpr const char* kAbout =
 
 constexpr const char* kExitCodes =
     "Exit codes: 0 every frame was rendered; 1 some frames could not be read; 2 bad arguments;\n"
-    "3 a folder or file cannot be used; 4 the library could not start; 5 stopped by Escape or Ctrl-C.";
+    "3 a folder or file cannot be used; 4 the library or its plug-in could not start; 5 stopped by Escape or "
+    "Ctrl-C.";
 
-void AddRenderOptions(CLI::App& app, RenderOptions& render)
+// What every command that renders a clip takes, but the clip itself.
+void AddCommonOptions(CLI::App& app, RenderOptions& render)
 {
-    app.add_option("clip", render.clip, "Folder of PNG frames, played in the order of their names");
     app.add_option("--out", render.out, "Folder for the log and the pictures")->capture_default_str();
     app.add_option("--log", render.log, "Log file (default: qlhost.log in the output folder)");
     app.add_option("--limit", render.limitMiB, "Memory limit in MiB, the library's own share included")
@@ -28,15 +29,26 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
     app.add_option("--threads", render.threads, "Render threads (0: as many as the library advises)")
         ->check(CLI::Range(0, 64))
         ->capture_default_str();
-    app.add_option("--passes", render.passes, "How often the clip is played, forwards and backwards in turn")
-        ->check(CLI::Range(1, 1000))
-        ->capture_default_str();
     app.add_option("--rate", render.rate, "Rate of the timecode labels: " + RateNames())
         ->check(CLI::Validator(
             [](std::string& text) {
                 return FindRate(text) ? std::string() : "'" + text + "' is none of " + RateNames();
             },
             "RATE"))
+        ->capture_default_str();
+    auto* dictionary = app.add_option("--dictionary", render.dictionary, "Stored dictionary for all messages")
+                           ->check(CLI::ExistingFile);
+    app.add_flag("--english", render.english, "Speak English whatever the dictionary says")
+        ->excludes(dictionary);
+    app.add_flag("--quiet", render.quiet, "Show no progress");
+}
+
+void AddRenderOptions(CLI::App& app, RenderOptions& render)
+{
+    app.add_option("clip", render.clip, "Folder of PNG frames, played in the order of their names");
+    AddCommonOptions(app, render);
+    app.add_option("--passes", render.passes, "How often the clip is played, forwards and backwards in turn")
+        ->check(CLI::Range(1, 1000))
         ->capture_default_str();
     app.add_option("--plugins", render.plugins, "Folder of plug-ins that are told of the run");
     app.add_option(
@@ -49,14 +61,24 @@ void AddRenderOptions(CLI::App& app, RenderOptions& render)
             },
             "STEPS"));
     app.add_option("--gather", render.gatherTitle, "Gather all problems under this title");
-    auto* dictionary = app.add_option("--dictionary", render.dictionary, "Stored dictionary for all messages")
-                           ->check(CLI::ExistingFile);
-    app.add_flag("--english", render.english, "Speak English whatever the dictionary says")
-        ->excludes(dictionary);
     app.add_flag("--watch-locks", render.watchLocks,
                  "Print both stacks when two locks are taken both ways round");
-    app.add_flag("--quiet", render.quiet, "Show no progress");
     app.add_flag("--json", render.json, "Print the summary as JSON, and all else to standard error");
+}
+
+void AddMatteOptions(CLI::App& command, MatteOptions& matte)
+{
+    command
+        .add_option("clip", matte.render.clip,
+                    "Folder of PNG frames of one size, in the order of their names")
+        ->required();
+    command.add_option("--strokes", matte.strokes,
+                       "Strokes on the clip (default: strokes.txt in its folder)");
+    command.add_option("--plugins", matte.render.plugins,
+                       "Folder of plug-ins (default: plugins beside this program)");
+    command.add_option("--truth", matte.truth,
+                       "Folder of true mattes, matte_0000.png and so on, to compare with");
+    AddCommonOptions(command, matte.render);
 }
 
 void AddGenerateOptions(CLI::App& command, GenerateOptions& generate)
@@ -79,12 +101,16 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode)
 {
     Options options;
     GenerateOptions generate;
+    MatteOptions matte;
+    matte.render.limitMiB = 512;  // a segmenter's own pictures need room beside the caches
     CLI::App app{kAbout, "qlhost"};
     app.footer(kExitCodes);
     AddRenderOptions(app, options.render);
     AcceptJob(app);
     auto* command = app.add_subcommand("generate", "Makes the sample clip");
     AddGenerateOptions(*command, generate);
+    auto* cut = app.add_subcommand("matte", "Cuts the stroked subject out of every frame of a clip");
+    AddMatteOptions(*cut, matte);
 
     std::filesystem::path plugins;
     auto* show = app.add_subcommand("plugins", "Starts the plug-ins of a folder and prints a table of them");
@@ -92,12 +118,13 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode)
 
     try {
         app.parse(argc, argv);
-        if (!*command && !*show && options.render.clip.empty()) throw CLI::RequiredError("clip");
+        if (!*command && !*cut && !*show && options.render.clip.empty()) throw CLI::RequiredError("clip");
     } catch (const CLI::ParseError& fault) {
         exitCode = app.exit(fault) == 0 ? kExitDone : kExitBadArguments;
         return std::nullopt;
     }
     if (*command) options.generate = generate;
+    if (*cut) options.matte = matte;
     if (*show) options.showPlugins = plugins;
     return options;
 }

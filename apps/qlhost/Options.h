@@ -44,8 +44,15 @@ struct RenderOptions {
     bool json = false;
 };
 
+struct MatteOptions {
+    RenderOptions render;           // without plug-ins: those of the folder `plugins` beside the program
+    std::filesystem::path strokes;  // empty: strokes.txt in the clip's folder
+    std::filesystem::path truth;    // empty: nothing to compare with
+};
+
 struct Options {
     std::optional<GenerateOptions> generate;
+    std::optional<MatteOptions> matte;
     std::optional<std::filesystem::path> showPlugins;  // of this folder
     RenderOptions render;
 };

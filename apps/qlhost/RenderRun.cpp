@@ -2,17 +2,14 @@
 
 #include <U.h>
 #include <U_BigMutex.h>
-#include <U_Context.h>
 #include <U_Memory.h>
 
-#include <unistd.h>
 #include <atomic>
-#include <csignal>
-#include <cstdio>
 #include <thread>
 
 #include "FrameReader.h"
 #include "Messages.h"
+#include "RenderThread.h"
 #include "Transform.h"
 
 namespace qlhost {
@@ -21,8 +18,6 @@ namespace {
 // The purge callback carries no reference of its own, so the cache that answers it stands here, from before the
 // render threads start until after they have ended.
 std::atomic<FrameCache*> g_purgeable{nullptr};
-
-std::atomic<bool> g_interrupted{false};  // set by the signal handler and by the Escape key
 
 constexpr std::chrono::milliseconds kWatchEvery{25};
 
@@ -35,43 +30,6 @@ int PurgeFrames(unsigned long long /*blockRequest*/, unsigned long long amount, 
     if (cache->Purge(amount) < amount) *purgeRecycled = true;
     return 0;
 }
-
-class InterruptScope {
-  public:
-    InterruptScope()
-    {
-        struct sigaction action = {};
-        action.sa_handler = [](int) { g_interrupted = true; };
-        sigaction(SIGINT, &action, &m_former);
-    }
-    ~InterruptScope() { sigaction(SIGINT, &m_former, nullptr); }
-    InterruptScope(const InterruptScope&) = delete;
-    InterruptScope& operator=(const InterruptScope&) = delete;
-
-  private:
-    struct sigaction m_former = {};
-};
-
-/// Makes a context and a render context current on a thread, for a scope.
-class RenderScope {
-  public:
-    RenderScope()
-    {
-        m_context->Activate();
-        m_render->Activate();
-    }
-    ~RenderScope()
-    {
-        m_render->Deactivate();
-        m_context->Deactivate();
-    }
-    RenderScope(const RenderScope&) = delete;
-    RenderScope& operator=(const RenderScope&) = delete;
-
-  private:
-    const boost::shared_ptr<U_Context> m_context = U_Context::MakeNewContext();
-    const boost::shared_ptr<U_RenderContext> m_render = U_RenderContext::MakeNewContext();
-};
 
 // The steps have been checked with the other arguments.
 Transform TransformOf(const RenderOptions& options)
@@ -105,7 +63,7 @@ class Player {
         const Err err = U_TrySection([&] {
             const RenderScope render;
             const GatherScope gather{m_options.gatherTitle};
-            for (std::size_t step = m_next++; step < m_steps && !g_interrupted; step = m_next++) {
+            for (std::size_t step = m_next++; step < m_steps && !IsInterrupted(); step = m_next++) {
                 RenderFrame(thread, step);
                 ++m_done;
             }
@@ -191,26 +149,6 @@ class Player {
     std::atomic<std::uint64_t> m_rendered{0};
 };
 
-class Progress {
-  public:
-    explicit Progress(bool quiet) : m_shown{!quiet && isatty(STDERR_FILENO) != 0} {}
-    ~Progress()
-    {
-        if (m_shown) std::fputs("\r\033[K", stderr);
-    }
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-    void Show(std::size_t done, std::size_t all, std::uint64_t inUse)
-    {
-        if (!m_shown) return;
-        std::fprintf(stderr, "\r\033[K%s", ProgressText(done, all, inUse).c_str());
-        std::fflush(stderr);
-    }
-
-  private:
-    bool m_shown;
-};
-
 }  // namespace
 
 RunResult PlayClip(const Clip& clip, const RenderOptions& options, const Rate& rate, FrameTable& table,
@@ -230,8 +168,8 @@ RunResult PlayClip(const Clip& clip, const RenderOptions& options, const Rate& r
         Progress progress{options.quiet};
         while (player.IsRunning()) {
             memory.Take(player.Cache().Read().purgeRequests);
-            progress.Show(player.Done(), player.Steps(), memory.Samples().back().inUse);
-            if (U_Context::CheckAbortAndFlushCompletionRoutines()) g_interrupted = true;
+            progress.Show(ProgressText(player.Done(), player.Steps(), memory.Samples().back().inUse));
+            WatchKeys();
             std::this_thread::sleep_for(kWatchEvery);
         }
     }
@@ -244,7 +182,7 @@ RunResult PlayClip(const Clip& clip, const RenderOptions& options, const Rate& r
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     result.cache = player.Cache().Read();
     result.rendered = player.Rendered();
-    result.interrupted = g_interrupted;
+    result.interrupted = IsInterrupted();
     result.frames = player.TakeFrames();
     return result;
 }

@@ -60,13 +60,14 @@ struct Part {
     }
 };
 
-// The walker in heights of the frame around the hip, back to front. Limbs swing once in 24 frames.
+// The walker in heights of the frame around the hip, back to front. It crosses the picture in 60 frames, in a longer clip
+// in all of them; limbs swing once in 24.
 class Walker {
   public:
     Walker(const GenerateOptions& options, int frame) : m_height{static_cast<float>(options.height)}
     {
         const auto width = static_cast<float>(options.width);
-        const float t = static_cast<float>(frame) / static_cast<float>(std::max(options.frames, 2) - 1);
+        const float t = static_cast<float>(frame) / static_cast<float>(std::max(options.frames, 60) - 1);
         const float step = 6.2831853f * static_cast<float>(frame) / 24.0f;
         const float swing = 0.065f * std::sin(step);
         m_hip = {width * (0.2f + 0.6f * t), m_height * (0.62f + 0.008f * std::cos(2 * step))};

@@ -12,6 +12,7 @@
 #include "Host.h"
 #include "Labels.h"
 #include "LockWatch.h"
+#include "Matte.h"
 #include "Options.h"
 #include "Pictures.h"
 #include "Plugins.h"
@@ -101,5 +102,7 @@ int main(int argc, char** argv)
     const auto options = qlhost::ParseOptions(argc, argv, exitCode);
     if (!options) return exitCode;
     if (options->showPlugins) return qlhost::ShowPlugins(*options->showPlugins, options->render);
-    return options->generate ? qlhost::Generate(*options->generate) : qlhost::Render(options->render);
+    if (options->generate) return qlhost::Generate(*options->generate);
+    if (options->matte) return qlhost::MakeMattes(*options->matte);
+    return qlhost::Render(options->render);
 }
