@@ -142,13 +142,8 @@ TEST_F(Messages, AreClosedToV1PluginsButForAbout)
     EXPECT_EQ(Send(plugin, MV_Selector_ABOUT, MV_Caller_INTERFACE), MV_Err_NOT_ACQUIRED);
 }
 
-TEST_F(Messages, NeedCodeThatCanBeLoaded)
+TEST_F(Messages, NeedAPluginBehindTheAdapter)
 {
-    MVPlugin* fileless = nullptr;
-    MVAddPlugin(nullptr, nullptr, nullptr, "No file", nullptr, nullptr, &fileless);
-    EXPECT_EQ(Send(fileless, "Work"), MV_Err_NOT_ACQUIRED);
-    EXPECT_TRUE(mvHas(fileless, kStateBroken));
-
     MVAdapter* empty = nullptr;
     ASSERT_EQ(MVAddAdapter(nullptr, "Empty", 1, 0, nullptr, &empty), 0);
     MVPlugin* unserved = AddServed(empty, "Unserved");

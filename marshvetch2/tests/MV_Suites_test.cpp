@@ -62,20 +62,11 @@ TEST_F(Suites, RefuseWhatCannotBeAdded)
     MVSuite* suite = nullptr;
     ASSERT_EQ(MVAddSuite(nullptr, nullptr, "Paint", 1, 2, &kFirst, &suite), 0);
     const size_t count = g_mvRuntime->suites->suites.size();
-    const struct {
-        const char* name;
-        int32_t internal;
-        const void* procs;
-        Err code;
-    } rows[] = {{"Paint", 0, &kFirst, MV_Err_SUITE_VERSION},
-                {"Paint", 2, &kSecond, MV_Err_SUITE_EXISTS},
-                {"Paint", 2, nullptr, MV_Err_SUITE_EXISTS},
-                {nullptr, 1, &kFirst, MV_Err_PARAMETER}};
-    for (const auto& row : rows) {
-        MVSuite* added = suite;
-        EXPECT_EQ(MVAddSuite(nullptr, nullptr, row.name, 1, row.internal, row.procs, &added), row.code);
-        EXPECT_EQ(added, nullptr);
-    }
+    EXPECT_EQ(MVAddSuite(nullptr, nullptr, "Paint", 1, 0, &kFirst, &suite), MV_Err_SUITE_VERSION);
+    EXPECT_EQ(suite, nullptr);
+    EXPECT_EQ(AddSuite(nullptr, "Paint", 1, 2, &kSecond), MV_Err_SUITE_EXISTS);
+    EXPECT_EQ(AddSuite(nullptr, "Paint", 1, 2, nullptr), MV_Err_SUITE_EXISTS);
+    EXPECT_EQ(AddSuite(nullptr, nullptr, 1, 1, &kFirst), MV_Err_PARAMETER);
     EXPECT_EQ(g_mvRuntime->suites->suites.size(), count);
     EXPECT_EQ(thrown, std::vector<Err>{MV_Err_SUITE_VERSION}) << "the others are only returned";
     EXPECT_EQ(MVAcquireSuite(nullptr, "Paint", 1, 2, nullptr), MV_Err_PARAMETER);
