@@ -10,7 +10,7 @@
 
 namespace polydraw {
 
-/// Both save a PNG and give the line that stands under the picture. They throw BadFile when it cannot be written.
+/// Both save a PNG and give the line that stands under it. They throw BadFile when it cannot be written.
 std::string DrawHull(const std::vector<M_Vector2>& points, const std::filesystem::path& file);
 std::string DrawClip(const std::vector<M_Vector2>& clip, const std::vector<M_Vector2>& subject,
                      const std::filesystem::path& file);

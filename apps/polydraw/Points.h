@@ -17,7 +17,7 @@ class BadFile : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Throws BadFile for a file that cannot be read, or holds a line that is no point, or a coordinate beyond 1e12.
+/// Throws BadFile for a file that cannot be read, a line that is no point, or a coordinate beyond 1e12.
 std::vector<M_Vector2> ReadPoints(const std::filesystem::path& file);
 
 }  // namespace polydraw

@@ -1,5 +1,5 @@
-// What `--transform` does to frames: steps that move, scale and turn them, and the redrawing of a frame through
-// the matrix that the steps make together.
+// What `--transform` does to frames: steps that move, scale and turn them, and the redrawing of a frame
+// through the matrix that the steps make together.
 #ifndef QLHOST_TRANSFORM_H
 #define QLHOST_TRANSFORM_H
 
@@ -23,15 +23,15 @@ struct TransformStep {
 };
 using Transform = std::vector<TransformStep>;
 
-/// Reads steps like "scale 0.5 0.5; rotate 30 about 0 0; translate 100 -20". On failure `why` says in one line what
-/// is wrong with which step.
+/// Reads steps like "scale 0.5 0.5; rotate 30 about 0 0; translate 100 -20". On failure `why` says in one
+/// line what is wrong with which step.
 std::optional<Transform> ParseTransform(std::string_view text, std::string& why);
 
 /// The steps in their order, as one matrix on the pixels of a frame of this size. It has an inverse.
 M_Matrix3 MatrixOf(const Transform& transform, const PngSize& size);
 
-/// The frame as the matrix moves its pixels, on black, in a new frame of the same size. Null when memory is out;
-/// the library has reported it then.
+/// The frame as the matrix moves its pixels, on black, in a new frame of the same size. Null when memory is
+/// out; the library has reported it then.
 std::shared_ptr<const Frame> Redraw(const Frame& frame, const Transform& transform);
 
 }  // namespace qlhost

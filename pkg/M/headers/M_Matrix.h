@@ -7,8 +7,8 @@
 ///     M_TranslateMatrix(&m, 100, 0);                   // and then 100 to the right
 ///     M_TransformFloatPoints(&m, 4, corners);
 ///
-/// Ground rules. Matrices are stored row by row, `m[row][column]`, and points are row vectors that stand on the
-/// left: p' = p M. What is applied first therefore stands first in a product.
+/// Ground rules. Matrices are stored row by row, `m[row][column]`, and points are row vectors that stand on
+/// the left: p' = p M. What is applied first therefore stands first in a product.
 ///
 ///   M_Matrix3    | a  b  p |        M_Matrix4    | a  b  c  p |
 ///                | c  d  q |                     | d  e  f  q |      x, y, z   translation
@@ -38,9 +38,9 @@ typedef struct M_Matrix3 {
     double m[3][3];
 
 #ifdef __cplusplus
-    /// Multiplies a homogeneous point, divides it by its last coordinate and sets that to 1. A last coordinate
-    /// strictly between -1e-12 and 1e-12 is reported, and the `int` 0x110C thrown; that point, and those
-    /// behind it, are left as they were. A count below 1 does nothing.
+    /// Multiplies a homogeneous point, divides it by its last coordinate and sets that to 1. A last
+    /// coordinate strictly between -1e-12 and 1e-12 is reported, and the `int` 0x110C thrown; that point, and
+    /// those behind it, are left as they were. A count below 1 does nothing.
     U_EXPORT void TransformPointAndDivide(M_Vector3* point) const;
     U_EXPORT void TransformPointsAndDivide(int32_t count, M_Vector3* points) const;
     /// The same without looking at the last coordinate: near 0 the result is huge, infinite or no number.
@@ -116,8 +116,8 @@ U_EXPORT Err M_TranslateMatrix(M_Matrix3* m, double tx, double ty);
 /// m := m S, where S scales about the centre (cx, cy). With both factors 1 the matrix is not touched.
 U_EXPORT Err M_ScaleMatrix(M_Matrix3* m, double sx, double sy, double cx, double cy);
 
-/// m := m R, where R turns about the centre (cx, cy) by an angle in radians: it takes (1, 0) to (cos, sin), so
-/// with y up it turns counter-clockwise.
+/// m := m R, where R turns about the centre (cx, cy) by an angle in radians: it takes (1, 0) to (cos, sin),
+/// so with y up it turns counter-clockwise.
 U_EXPORT Err M_RotateMatrix(M_Matrix3* m, double angle, double cx, double cy);
 
 /// m := m a: first what m did, then a. Mind that `M_ConcatMatrix4` has another order of arguments.
@@ -128,16 +128,16 @@ U_EXPORT bool M_EqualMatrix(const M_Matrix3* a, const M_Matrix3* b);
 /// Whether every element differs by at most `epsilon`.
 U_EXPORT bool M_EqualMatrixWithinEpsilon(const M_Matrix3* a, const M_Matrix3* b, double epsilon);
 
-/// The class of a matrix, by exact comparison of its elements. There is no tolerance: what a rounding error left
-/// off the diagonal makes a scale `M_MatrixType_AFFINE`.
+/// The class of a matrix, by exact comparison of its elements. There is no tolerance: what a rounding error
+/// left off the diagonal makes a scale `M_MatrixType_AFFINE`.
 U_EXPORT Err M_GetMatrixType(const M_Matrix3* m, int* out);
 
 /// The inverse, by Gauss-Jordan elimination with partial pivoting. A pivot strictly between -1e-20 and 1e-20
 /// counts as 0.
 ///
 /// singular  may be null; 1 when the first or second pivot is 0, else 0
-/// returns   0x1107 in that case, and `out` holds an intermediate state. A matrix of rank 2, whose third pivot
-///           is 0, is not noticed: 0 is returned, the byte is 0 and `out` is no inverse
+/// returns   0x1107 in that case, and `out` holds an intermediate state. A matrix of rank 2, whose third
+///           pivot is 0, is not noticed: 0 is returned, the byte is 0 and `out` is no inverse
 U_EXPORT Err M_InverseMatrixQuiet(const M_Matrix3* m, M_Matrix3* out, uint8_t* singular);
 /// The same; what is noticed is also reported.
 U_EXPORT Err M_InverseMatrix(const M_Matrix3* m, M_Matrix3* out);
@@ -147,8 +147,8 @@ U_EXPORT Err M_InverseMatrix(const M_Matrix3* m, M_Matrix3* out);
 U_EXPORT Err M_ZeroMatrix4(M_Matrix4* m);
 U_EXPORT Err M_IdentityMatrix4(M_Matrix4* m);
 
-/// Change of basis: the columns of the upper 3 by 3 are u, v and w, the rest is identity. With unit vectors at
-/// right angles it gives the coordinates of a point along them.
+/// Change of basis: the columns of the upper 3 by 3 are u, v and w, the rest is identity. With unit vectors
+/// at right angles it gives the coordinates of a point along them.
 U_EXPORT Err M_SetMatrix4CoB(const M_Vector3* u, const M_Vector3* v, const M_Vector3* w, M_Matrix4* out);
 
 /// out := a b: first a, then b.
@@ -160,8 +160,8 @@ U_EXPORT Err M_ScaleMatrix4(M_Matrix4* m, double x, double y, double z);
 
 U_EXPORT Err M_TransposeMatrix4(const M_Matrix4* m, M_Matrix4* out);
 U_EXPORT Err M_GetMatrix4Determinant(const M_Matrix4* m, double* determinant);
-/// The determinant and, signs included, the cofactor of every element, from minors of 2 by 2. For all the 3 in
-/// its name it takes matrices of space.
+/// The determinant and, signs included, the cofactor of every element, from minors of 2 by 2. For all the 3
+/// in its name it takes matrices of space.
 U_EXPORT Err M_GetMatrix3DeterminantPlus(const M_Matrix4* m, double* determinant, M_Matrix4* cofactors);
 
 /// The inverse: the adjugate (the transposed cofactors) divided by the determinant.
@@ -181,7 +181,8 @@ U_EXPORT Err M_Matrix3ToMatrix4(const M_Matrix3* m, M_Matrix4* out);
 U_EXPORT Err M_Matrix3ToMatrix4Uniform(const M_Matrix3* m, M_Matrix4* out);
 
 /// The matrix for normals: with U the upper 3 by 3 of m, the upper 3 by 3 of `out` is U inverse, transposed,
-/// and the rest is identity. Normals come out at right angles to transformed surfaces, but not of unit length.
+/// and the rest is identity. Normals come out at right angles to transformed surfaces, but not of unit
+/// length.
 ///
 /// singular  may be null; 1 when the magnitude of U's determinant is below 1e-16, else 0
 /// returns   0x1107 in that case, and `out` holds the cofactors of U: the directions, without a length
@@ -196,8 +197,8 @@ U_EXPORT Err M_CalcNormalMatrix4(const M_Matrix4* m, M_Matrix4* out);
 //   x' = m[2][0] + x m[0][0] + y m[1][0]
 //   y' = m[2][1] + x m[0][1] + y m[1][1]
 //
-// added from left to right. The points are taken one after the other. Some of them may overlap the matrix: they
-// change it for those behind them, exactly as if each point were given in a call of its own.
+// added from left to right. The points are taken one after the other. Some of them may overlap the matrix:
+// they change it for those behind them, exactly as if each point were given in a call of its own.
 
 /// By the pattern: perspective is not looked at.
 U_EXPORT Err M_TransformFloatPoints(const M_Matrix3* m, int32_t count, M_Vector2* points);
@@ -208,8 +209,8 @@ U_EXPORT Err M_Transform3DFloatPoints(const M_Matrix4* m, int32_t count, M_Vecto
 
 /// Integers and 16.16 fixed point, by the pattern. Results are rounded by `M_RoundDouble`.
 ///
-/// returns  0x1102, and reports, when a rounded coordinate does not fit (a not-a-number never does). The points
-///          before that one are transformed; it and those behind it are as they were
+/// returns  0x1102, and reports, when a rounded coordinate does not fit (a not-a-number never does). The
+///          points before that one are transformed; it and those behind it are as they were
 U_EXPORT Err M_TransformPoints(const M_Matrix3* m, int32_t count, M_Point* points);
 U_EXPORT Err M_TransformFixPoints(const M_Matrix3* m, int32_t count, M_FixPoint* points);
 
@@ -228,7 +229,7 @@ U_EXPORT Err M_TransformVector4(const M_Matrix4* m, int32_t count, M_Vector4* ve
 //
 // corners  may be null; receives the corners in units of 1, unrounded: (left, top), (right, top), (right,
 //          bottom), (left, bottom)
-// loose    may be null; 1 when M_GetMatrixType is 4 or 5, so that the box may be larger than the shape, else 0
+// loose    may be null; 1 when M_GetMatrixType is 4 or 5, so that the box may be larger than the shape; or 0
 
 U_EXPORT Err M_TransformRect(const M_Matrix3* m, M_Rect* rect, M_Vector2* corners, uint8_t* loose);
 U_EXPORT Err M_TransformFloatRect(const M_Matrix3* m, M_FloatRect* rect, M_Vector2* corners, uint8_t* loose);

@@ -59,10 +59,10 @@ typedef struct M_Matrix4Decomp {
 ///
 ///   R = Z(rotation.z) Y(rotation.y) X(rotation.x)
 ///
-/// that is, Z is applied first. For example, X(0.2) Y(0.3) Z(0.4), which turns about X first, gives other angles
-/// than (0.2, 0.3, 0.4), and Z(0.4) Y(0.3) X(0.2) gives these. When Y is a quarter turn, X and Z turn about the
-/// same axis, and all of it is given to Z. A scale of 0 leaves its row as it is: there is a result, but it
-/// means little.
+/// that is, Z is applied first. For example, X(0.2) Y(0.3) Z(0.4), which turns about X first, gives other
+/// angles than (0.2, 0.3, 0.4), and Z(0.4) Y(0.3) X(0.2) gives these. When Y is a quarter turn, X and Z turn
+/// about the same axis, and all of it is given to Z. A scale of 0 leaves its row as it is: there is a result,
+/// but it means little.
 ///
 /// failed   may be null; 1 when the matrix cannot be taken apart, else 0
 /// returns  0x1108 when m[3][3] is 0 or the matrix has perspective: after division by it m[0][3], m[1][3]
@@ -74,8 +74,8 @@ U_EXPORT Err M_DecomposeMatrix4(const M_Matrix4* m, M_Matrix4Decomp* out, uint8_
 U_EXPORT Err M_DecomposeMatrix4ZYX(const M_Matrix4* m, M_Matrix4Decomp* out, uint8_t* failed);
 
 /// Folds half turns about X or Y, which mirror a layer of the plane, into the signs of its scale: a half turn
-/// about X negates `scale.y` and the angles about Y and Z, one about Y negates `scale.x` and the angles about X
-/// and Z. `scale.z`, which a layer does not have, becomes 1 in every case.
+/// about X negates `scale.y` and the angles about Y and Z, one about Y negates `scale.x` and the angles about
+/// X and Z. `scale.z`, which a layer does not have, becomes 1 in every case.
 U_EXPORT Err M_Correct3DDecompFor2D(M_Matrix4Decomp* parts);
 
 /// The angles alone, as `M_DecomposeMatrix4` gives them. What cannot be taken apart is reported, gives 0x1108
@@ -97,8 +97,9 @@ U_EXPORT Err M_RotateMatrix4(M_Matrix4* m, int flag, void* context, double x, do
 /// Turns about X, then Y, then Z, each axis carried along by the turns before it: the result of the first two
 /// has turned the Z axis that the third one uses. From identity that is Z(rz) Y(ry) X(rx) as a product.
 ///
-/// concat  false: the axes are those of `m`, carried by it too (an axis that it takes to 0 is skipped), and m is
-///         turned about them. True: the turns are built on the plain axes, and m := m W, with W their product
+/// concat  false: the axes are those of `m`, carried by it too (an axis that it takes to 0 is skipped), and m
+///         is turned about them. True: the turns are built on the plain axes, and m := m W, with W their
+///         product
 U_EXPORT Err M_RotateMatrix4XYZPlus(bool concat, M_Matrix4* m, double rx, double ry, double rz);
 /// The same with `concat`.
 U_EXPORT Err M_RotateMatrix4XYZ(M_Matrix4* m, double rx, double ry, double rz);
@@ -112,13 +113,13 @@ typedef M_Vector4 M_Quaternion;
 /// also scales by n squared.
 U_EXPORT Err M_QuatToMatrix4(const M_Quaternion* q, M_Matrix4* out);
 
-/// The quaternion of a rotation; of the two that stand for it the one whose w, or else whose greatest component,
-/// is positive. What is no rotation gives numbers without that meaning.
+/// The quaternion of a rotation; of the two that stand for it the one whose w, or else whose greatest
+/// component, is positive. What is no rotation gives numbers without that meaning.
 U_EXPORT Err M_Matrix4ToQuat(const M_Matrix4* m, M_Quaternion* out);
 
-/// Goes from q0 (t = 0) to q1 (t = 1) on the shorter arc at constant speed; with a negative dot product to the
-/// negative of q1, which is the same rotation. The result is not normalised, and nearly parallel quaternions are
-/// blended in a straight line.
+/// Goes from q0 (t = 0) to q1 (t = 1) on the shorter arc at constant speed; with a negative dot product to
+/// the negative of q1, which is the same rotation. The result is not normalised, and nearly parallel
+/// quaternions are blended in a straight line.
 ///
 /// source  K. Shoemake, "Animating rotation with quaternion curves", 1985
 U_EXPORT Err M_Slerp(const M_Quaternion* q0, const M_Quaternion* q1, M_Quaternion* out, double t);

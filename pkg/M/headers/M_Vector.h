@@ -13,8 +13,8 @@
 ///   M_FixRect     16.16 fixed point
 ///   M_FloatRect   double
 ///
-/// A rectangle may be given with its sides in any order; one that comes from a function has `left` at or below
-/// `right` and `top` at or below `bottom`. Whether y runs up or down is the caller's choice.
+/// A rectangle may be given with its sides in any order; one that comes from a function has `left` at or
+/// below `right` and `top` at or below `bottom`. Whether y runs up or down is the caller's choice.
 ///
 ///     M_Vector2 corner = {16, 9};
 ///     M_Rect frame = {0, 0, 1920, 1080};

@@ -1,5 +1,5 @@
-// Decomposition: the homogeneous scale out, the rows made orthogonal one after the other (Gram and Schmidt), a
-// reflection turned into negative scales, and the angles read from what is left. No state.
+// Decomposition: the homogeneous scale out, the rows made orthogonal one after the other (Gram and Schmidt),
+// a reflection turned into negative scales, and the angles read from what is left. No state.
 
 #include <algorithm>
 #include <cmath>

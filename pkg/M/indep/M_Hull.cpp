@@ -1,7 +1,7 @@
 // Convex hull, by Graham's scan on a grid of integers. No state.
 //
-// Points that lie inside the octagon of the outermost ones cannot be on the hull, so they are dropped before the
-// sort, which is most of the work. What is left is sorted round the lowest point and walked once.
+// Points that lie inside the octagon of the outermost ones cannot be on the hull, so they are dropped before
+// the sort, which is most of the work. What is left is sorted round the lowest point and walked once.
 
 #include <algorithm>
 #include <iterator>

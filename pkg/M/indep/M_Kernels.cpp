@@ -1,5 +1,5 @@
-// The kernels: one template, an instance for each kind of point, each built for the processor that everybody has
-// and again for wider registers.
+// The kernels: one template, an instance for each kind of point, each built for the processor that everybody
+// has and again for wider registers.
 //
 // Nothing here may be fused or reordered: sums run from left to right and quotients are quotients, in every
 // instance. The build switches contraction off for the whole library.
@@ -39,7 +39,7 @@ struct Rows {
     }
 };
 
-// Divides by the weight in lane `kLane` and sets that to 1, as the policy says. False: the weight counts as 0.
+// Divides by the weight in lane `kLane` and sets it to 1, as the policy says. False: the weight counts as 0.
 template <Weight kWeight, int kLane>
 MP_INLINE bool Divide(Mp_Lanes& point)
 {
@@ -96,7 +96,7 @@ struct Point3D {
     }
 };
 
-// Two points a step, and the rest, which is the last point or begins with the one that stops the batch, singly.
+// Two points a step; singly the last of an odd count, and those around the one that stops the batch.
 template <class Kind>
 MP_INLINE size_t RunEach(const void* matrix, size_t count, void* points)
 {
@@ -200,8 +200,8 @@ Mp_KernelSets Mp_GetKernelSets()
 #endif
 }
 
-// Points in front of the matrix and behind it go through the kernel in one run. Those that share bytes with it go
-// one at a time, since each changes the matrix for the next.
+// Points in front of the matrix and behind it go through the kernel in one run. Those that share bytes with
+// it go one at a time, since each changes the matrix for the next.
 size_t Mp_TransformBatch(Mp_Kernel kernel, const void* matrix, size_t matrix_size, int32_t count,
                          void* points, size_t size)
 {

@@ -1,5 +1,5 @@
-// Matrices of space: composition, comparison, ways from and to the plane, and the members that need no inverse.
-// No state.
+// Matrices of space: composition, comparison, ways from and to the plane, and the members that need no
+// inverse. No state.
 
 #include <cmath>
 #include <functional>

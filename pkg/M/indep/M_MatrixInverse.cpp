@@ -28,8 +28,8 @@ bool CountsAsZero(double pivot)
 
 typedef double Pair __attribute__((vector_size(16)));
 
-// A row of the matrix beside the same row of what becomes the inverse. Elements of the matrix are kept as long as
-// somebody asks for them. In pairs, since these stay in registers on every processor.
+// A row of the matrix beside the same row of what becomes the inverse. Elements of the matrix are kept as
+// long as somebody asks for them. In pairs, since these stay in registers on every processor.
 struct Row {
     int index;  // where it stood
     double a0, a1;

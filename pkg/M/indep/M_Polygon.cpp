@@ -26,8 +26,8 @@ double Cross(Way a, Way b)
 
 // --- Convexity ---------------------------------------------------------------------------------------------
 
-// The turn from a to b: -1 clockwise, 1 counter-clockwise, 0 when rounding errors could have made it. The bound is
-// that of two products of differences, each with a relative error of e.
+// The turn from a to b: -1 clockwise, 1 counter-clockwise, 0 when rounding errors could have made it. The
+// bound is that of two products of differences, each with a relative error of e.
 int TurnOf(Way a, Way b)
 {
     constexpr double e = std::numeric_limits<double>::epsilon();
@@ -63,8 +63,8 @@ struct Edge {
         const double denominator = e.y * f.x - e.x * f.y;
         const double x = e.x * m - k * f.x;
         const double y = k * f.y - e.y * m;
-        // Wanted: nearly parallel, the numerators stand for themselves. The tolerance of the sides makes that rare,
-        // and results without the vertex would have other counts than those that were stored.
+        // Wanted: nearly parallel, the numerators stand for themselves. The tolerance of the sides makes that
+        // rare, and results without the vertex would have other counts than those that were stored.
         if (std::fabs(denominator) < kParallel) return {x, y, 0, 1};
         return {x * -(1 / denominator), y * (1 / denominator), 0, 1};
     }
@@ -101,8 +101,8 @@ void ClipByEdge(const Edge& edge, const Vertices& work, Vertices& kept)
 
 }  // namespace
 
-// By quadrilaterals from the first vertex, from whose two diagonals the area follows, and a triangle for what is
-// left of an odd count.
+// By quadrilaterals from the first vertex, from whose two diagonals the area follows, and a triangle for what
+// is left of an odd count.
 double M_SignedPolygonArea2D(const M_Vector2* p, int count)
 {
     if (count < 3) return 0;

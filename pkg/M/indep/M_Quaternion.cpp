@@ -31,8 +31,8 @@ Err M_QuatToMatrix4(const M_Quaternion* q, M_Matrix4* out)
     return U_Err_NONE;
 }
 
-// From the component that is surely not small: w when the trace is positive, else that of the greatest diagonal
-// element.
+// From the component that is surely not small: w when the trace is positive, else that of the greatest
+// diagonal element.
 // source: K. Shoemake, "Animating rotation with quaternion curves", 1985
 Err M_Matrix4ToQuat(const M_Matrix4* matrix, M_Quaternion* out)
 {

@@ -1,5 +1,5 @@
-// The transform family for points and vectors: each member is a kernel, the size of its point, and what it does
-// about a point that cannot be transformed. No state.
+// The transform family for points and vectors: each member is a kernel, the size of its point, and what it
+// does about a point that cannot be transformed. No state.
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
-// The transform family for rectangles: four corners, their bounding box, and the way back into the rectangle's
-// own type. No state.
+// The transform family for rectangles: four corners, their bounding box, and the way back into the
+// rectangle's own type. No state.
 
 #include <algorithm>
 #include <cstring>

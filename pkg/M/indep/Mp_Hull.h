@@ -16,8 +16,8 @@ inline int64_t Mp_Cross(M_LongPoint from, M_LongPoint a, M_LongPoint b)
     return int64_t{a.x - from.x} * (b.y - from.y) - int64_t{a.y - from.y} * (b.x - from.x);
 }
 
-/// The order of the sweep round a pivot, the lowest point (of those the leftmost): counter-clockwise, and on one
-/// ray the farthest first. The pivot's own copies come last.
+/// The order of the sweep round a pivot, the lowest point (of those the leftmost): counter-clockwise, and on
+/// one ray the farthest first. The pivot's own copies come last.
 struct Mp_CompareAngleAndDist {
     M_LongPoint pivot;
 
@@ -36,8 +36,8 @@ struct Mp_CompareAngleAndDist {
     }
 };
 
-/// The place of a coordinate on the grid: `offset` from the least one, in cells of `step`, rounded. What is no
-/// number, as without any extent, counts as the least; nothing leaves the grid.
+/// The place of a coordinate on the grid: `offset` from the least one, in cells of `step`, rounded. What is
+/// no number, as without any extent, counts as the least; nothing leaves the grid.
 int32_t Mp_Quantise(double offset, double step);
 
 /// The hull of points on the grid, counter-clockwise from its lowest vertex. The points are used up.

@@ -1,8 +1,8 @@
-/// What is worked on in wide registers where the processor has them: the loops of the batch forms (points in a
-/// row, two a step, for one kind of point and matrix each), and product and inverse of matrices of space.
+/// What is worked on in wide registers where the processor has them: the loops of the batch forms (points in
+/// a row, two a step, for one kind of point and matrix each), and product and inverse of matrices of space.
 ///
-/// A loop reads its matrix before it writes a point, so points that overlap the matrix are not for it, but one
-/// at a time (`Mp_TransformBatch`). All sets give the same bits.
+/// A loop reads its matrix before it writes a point, so points that overlap the matrix are not for it, but
+/// one at a time (`Mp_TransformBatch`). All sets give the same bits.
 #ifndef MP_KERNELS_H
 #define MP_KERNELS_H
 
@@ -43,8 +43,8 @@ Mp_KernelSets Mp_GetKernelSets();
 /// The fastest of them, from the library's loading on; before that, the one that every processor runs.
 extern const Mp_KernelSet* Mp_g_kernels;
 
-/// Transforms points of `size` bytes that may overlap the matrix of `matrix_size` bytes, each as if it were in
-/// a call of its own. Gives how many were transformed; a count below 1 is none.
+/// Transforms points of `size` bytes that may overlap the matrix of `matrix_size` bytes, each as if it were
+/// in a call of its own. Gives how many were transformed; a count below 1 is none.
 size_t Mp_TransformBatch(Mp_Kernel kernel, const void* matrix, size_t matrix_size, int32_t count,
                          void* points, size_t size);
 
