@@ -103,8 +103,6 @@ inline void WriteFour(std::uint32_t bytes, unsigned char* out)
     return 4;
 }
 
-enum class OnIllFormed { kReplace, kStop };
-
 // Whether the next eight characters are ASCII, so that it pays to leave the loop over single characters.
 template <class Unit>
 inline bool IsLongRun(const Unit* at, const Unit* end)
@@ -112,15 +110,20 @@ inline bool IsLongRun(const Unit* at, const Unit* end)
     return end - at >= kHalf && OthersAmongEight(at) == 0;
 }
 
+// Where a conversion writes, and whether all that it has read was well-formed.
+template <class Unit>
+struct Target {
+    Unit* out;
+    bool valid;
+};
+
 // Both directions convert a slice [at, stop) of a text that ends at `end`: a sequence that begins in the slice is
 // read to its own end. The caller has room for the whole slice. Two loops take turns: one over blocks of ASCII,
-// and one over characters that stays with short runs of ASCII. The result is where the reading ended, or null
-// (with kStop) at ill-formed text.
-template <OnIllFormed kWhat>
+// and one over characters that stays with short runs of ASCII. The result is where the reading ended.
 [[gnu::noinline]] const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* stop,
-                                                    const unsigned char* end, unsigned short*& target)
+                                                    const unsigned char* end, Target<unsigned short>& target)
 {
-    unsigned short* out = target;
+    unsigned short* out = target.out;
     while (at < stop) {
         unsigned int others = 0;
         while (others == 0 && stop - at >= kBlock) {
@@ -152,21 +155,20 @@ template <OnIllFormed kWhat>
             }
             std::uint32_t code = 0;
             if (!ReadSequence(at, end, code)) {
-                if (kWhat == OnIllFormed::kStop) return nullptr;
+                target.valid = false;
                 code = kReplacement;
             }
             out = PutUnits(code, out);
         }
     }
-    target = out;
+    target.out = out;
     return at;
 }
 
-template <OnIllFormed kWhat>
 [[gnu::noinline]] const unsigned short* ConvertSlice(const unsigned short* at, const unsigned short* stop,
-                                                     const unsigned short* end, unsigned char*& target)
+                                                     const unsigned short* end, Target<unsigned char>& target)
 {
-    unsigned char* out = target;
+    unsigned char* out = target.out;
     while (at < stop) {
         unsigned int others = 0;
         while (others == 0 && stop - at >= kBlock) {
@@ -203,14 +205,14 @@ template <OnIllFormed kWhat>
                     out += 4;
                     continue;
                 }
-                if (kWhat == OnIllFormed::kStop) return nullptr;
+                target.valid = false;
                 code = kReplacement;
             }
             WriteFour(0x8080E0 | code >> 12 | (code << 2 & 0x3F00) | (code & 0x3F) << 16, out);
             out += 3;
         }
     }
-    target = out;
+    target.out = out;
     return at;
 }
 
@@ -220,36 +222,38 @@ constexpr std::size_t RoomFor(std::size_t slice)
     return slice * 3 + 16;
 }
 
+enum class OnIllFormed { kReplace, kGiveNothing };
+
 // A text of one slice gets a string of its exact size. The capacity of a longer one is enough but for text outside
-// ASCII on its way to UTF-8, which may grow. `valid` is false, and the result empty, where the reading stopped.
-template <class Out, OnIllFormed kWhat, class View>
-[[gnu::noinline]] Out ConvertByRoom(View text, bool& valid)
+// ASCII on its way to UTF-8, which may grow.
+template <class Out, class View>
+[[gnu::noinline]] Out ConvertByRoom(View text, OnIllFormed what, bool& valid)
 {
     constexpr std::ptrdiff_t kSlice = 1024;
     typename Out::value_type room[RoomFor(kSlice)];
     const auto* at = text.data();
     const auto* const end = at + text.size();
-    auto* out = room;
-    at = ConvertSlice<kWhat>(at, at + std::min(end - at, kSlice), end, out);
-    if (at == end) return Out(room, static_cast<std::size_t>(out - room));
+    Target<typename Out::value_type> target{room, true};
     Out result;
-    result.reserve(text.size());
-    while (at != nullptr) {
-        result.append(room, static_cast<std::size_t>(out - room));
+    for (;;) {
+        at = ConvertSlice(at, at + std::min(end - at, kSlice), end, target);
+        valid = target.valid;
+        if (!valid && what == OnIllFormed::kGiveNothing) return {};
+        const auto count = static_cast<std::size_t>(target.out - room);
+        if (at == end && result.empty()) return Out(room, count);
+        if (result.empty()) result.reserve(text.size());
+        result.append(room, count);
         if (at == end) return result;
-        out = room;
-        at = ConvertSlice<kWhat>(at, at + std::min(end - at, kSlice), end, out);
+        target.out = room;
     }
-    valid = false;
-    return {};
 }
 
-template <class Out, OnIllFormed kWhat, class View>
-Out Convert(View text, bool& valid)
+template <class Out, class View>
+[[gnu::always_inline]] inline Out Convert(View text, OnIllFormed what, bool& valid)
 {
     valid = true;
     if (IsAscii(text.data(), text.size())) return Out(text.begin(), text.end());
-    return ConvertByRoom<Out, kWhat>(text, valid);
+    return ConvertByRoom<Out>(text, what, valid);
 }
 
 }  // namespace
@@ -257,12 +261,12 @@ Out Convert(View text, bool& valid)
 UTF16String UTF8to16(UTF8View text)
 {
     bool valid;
-    return Convert<UTF16String, OnIllFormed::kReplace>(text, valid);
+    return Convert<UTF16String>(text, OnIllFormed::kReplace, valid);
 }
 
 UTF16String UTF8to16(UTF8View text, bool& valid)
 {
-    return Convert<UTF16String, OnIllFormed::kStop>(text, valid);
+    return Convert<UTF16String>(text, OnIllFormed::kGiveNothing, valid);
 }
 
 bool TryUTF8to16(UTF8View text, UTF16String& out)
@@ -275,12 +279,12 @@ bool TryUTF8to16(UTF8View text, UTF16String& out)
 UTF8String UTF16to8(UTF16View text)
 {
     bool valid;
-    return Convert<UTF8String, OnIllFormed::kReplace>(text, valid);
+    return Convert<UTF8String>(text, OnIllFormed::kReplace, valid);
 }
 
 UTF8String UTF16to8(UTF16View text, bool& valid)
 {
-    return Convert<UTF8String, OnIllFormed::kStop>(text, valid);
+    return Convert<UTF8String>(text, OnIllFormed::kGiveNothing, valid);
 }
 
 bool TryUTF16to8(UTF16View text, UTF8String& out)

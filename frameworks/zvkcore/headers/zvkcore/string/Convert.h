@@ -1,7 +1,7 @@
 /// Conversions between UTF-8, UTF-16 and ASCII, and the UTF-8 byte order mark.
 ///
 /// No input is refused by the plain forms: every ill-formed piece (the longest prefix of a valid sequence, or
-/// one byte, as the Unicode standard recommends) becomes one U+FFFD. The `Try` forms stop instead. A
+/// one byte, as the Unicode standard recommends) becomes one U+FFFD. The strict forms give nothing instead. A
 /// conversion allocates its result and nothing else; it throws `std::bad_alloc` only. Any thread may call.
 #ifndef ZVKCORE_STRING_CONVERT_H
 #define ZVKCORE_STRING_CONVERT_H
