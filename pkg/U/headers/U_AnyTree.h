@@ -359,6 +359,7 @@ class U_EXPORT U_AnyTreeWrapper {
     void PutTree(const U_UTF16String& key, Tree& content);
     void PutValue(const U_UTF16String& key, U_Any& value);
     void SetFrom_JSON_p(JSONText& text, bool inArray, int depth);
+    void ReadText(const U_UTF16String& text);
     void ReadWhole(const U_UTF16String& text);
 
     const Tree& ThrowIfKeyNotFound(const U_UTF16String& key) const;  // the direct child

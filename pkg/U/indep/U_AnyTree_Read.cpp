@@ -195,15 +195,19 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
 
 void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF16String& text)
 {
-    if (text.empty()) return;
-    const U_UTF16String copy(text);  // the text may be a value of this very tree
-    JSONText left{copy};
-    SetFrom_JSON_p(left, false, 1);
+    ReadText(U_UTF16String(text));  // a copy, since the text may be a value of this very tree
 }
 
 void U_AnyTreeWrapper::SetFrom_JSON(const U_UTF8String& text)
 {
-    SetFrom_JSON(zvkcore::string::UTF8to16(text));
+    ReadText(zvkcore::string::UTF8to16(text));
+}
+
+void U_AnyTreeWrapper::ReadText(const U_UTF16String& text)
+{
+    if (text.empty()) return;
+    JSONText left{text};
+    SetFrom_JSON_p(left, false, 1);
 }
 
 void U_AnyTreeWrapper::SetFrom_JSON_HackRecoverMagicMixed(const U_UTF16String& text)
@@ -283,6 +287,6 @@ void U_AnyTreeWrapper::SetFrom_JSON_Strict(const U_UTF8String& text)
 void U_AnyTreeWrapper::ReadWhole(const U_UTF16String& text)
 {
     U_AnyTreeWrapper result(*this);
-    result.SetFrom_JSON(text);
+    result.ReadText(text);
     m_tree->swap(*result.m_tree);
 }
