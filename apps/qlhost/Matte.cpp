@@ -1,5 +1,6 @@
-// The order of the steps; each is in a file of its own. Everything that can go wrong with one frame or one stroke is a
-// problem that is shown at the end, in groups; what makes the whole run useless ends it with one sentence.
+// The order of the steps; each is in a file of its own. Everything that can go wrong with one frame or one
+// stroke is a problem that is shown at the end, in groups; what makes the whole run useless ends it with one
+// sentence.
 #include "Matte.h"
 
 #include <U_ErrState.h>

@@ -1,5 +1,5 @@
-// One frame of a matte run as the segmentation services see it: input and strokes from the source, outputs that live
-// as long as this does.
+// One frame of a matte run as the segmentation services see it: input and strokes from the source, outputs
+// that live as long as this does.
 #ifndef QLHOST_MATTEFRAMEDATA_H
 #define QLHOST_MATTEFRAMEDATA_H
 

@@ -1,5 +1,5 @@
-// The host's side of the segmentation services: memory that counts under the library's limit, and the global index of
-// computed values, which gives them up when the library asks for room.
+// The host's side of the segmentation services: memory that counts under the library's limit, and the global
+// index of computed values, which gives them up when the library asks for room.
 #ifndef QLHOST_MATTEMEMORY_H
 #define QLHOST_MATTEMEMORY_H
 
@@ -28,8 +28,8 @@ class MatteCallbacks : public tessaly::HostCallbacks {
     std::atomic<std::uint64_t> m_inUse{0};
 };
 
-/// Keeps values until `Purge` takes them, the least recently used first. Safe on any thread: a purge may come on
-/// every thread that allocates, whatever lock of the library another one holds.
+/// Keeps values until `Purge` takes them, the least recently used first. Safe on any thread: a purge may come
+/// on every thread that allocates, whatever lock of the library another one holds.
 class MatteIndex : public tessaly::CacheIndex {
   public:
     struct Counts {
@@ -46,8 +46,8 @@ class MatteIndex : public tessaly::CacheIndex {
     boost::shared_ptr<tessaly::Value> Delete(zvkcore::utility::Guid identity, long long key) override;
     void PurgeAll() override;
 
-    /// Drops values until the callbacks have `bytes` back or none is left; gives the bytes freed. A value that a
-    /// render holds leaves the index, and its memory follows when that render is done.
+    /// Drops values until the callbacks have `bytes` back or none is left; gives the bytes freed. A value
+    /// that a render holds leaves the index, and its memory follows when that render is done.
     std::uint64_t Purge(std::uint64_t bytes);
     Counts Read() const;
 

@@ -90,7 +90,8 @@ std::shared_ptr<qlhost::Frame> AsColour(const GrayImage& gray)
     return colour;
 }
 
-// The corners of the first and the last pixel of each row that is at least half covered: no other can lie on the hull.
+// The corners of the first and the last pixel of each row that is at least half covered: no other can lie on
+// the hull.
 std::vector<M_Vector2> OutlineOf(const GrayImage& matte)
 {
     std::vector<M_Vector2> corners;

@@ -42,7 +42,8 @@ class MatteOutput {
     /// Writes the pictures of a frame and measures its matte.
     bool Write(int frame, const Frame& input, const MattePlanes& planes, MatteMeasures& measures,
                std::string& why) const;
-    /// Whether the written segment, trimap and matte are these, byte for byte; `why` names the first that is not.
+    /// Whether the written segment, trimap and matte are these, byte for byte; `why` names the first that is
+    /// not.
     bool IsWritten(int frame, const MattePlanes& planes, std::string& why) const;
 
     std::filesystem::path TextFile() const { return m_folder / "spans.txt"; }

@@ -25,8 +25,8 @@ constexpr const char kSegmenter[] = "Segmatte";
 std::atomic<FrameCache*> g_frames{nullptr};
 std::atomic<MatteIndex*> g_index{nullptr};
 
-// Frames go first: they are large, and decoding them is cheap beside computing a segment. Segments go when no frame is
-// left to give; without one that is lost a whole way from the manual frame is computed again.
+// Frames go first: they are large, and decoding them is cheap beside computing a segment. Segments go when no
+// frame is left to give; without one that is lost a whole way from the manual frame is computed again.
 int PurgeForMattes(unsigned long long /*blockRequest*/, unsigned long long amount, bool* purgeRecycled)
 {
     FrameCache* const frames = g_frames;
@@ -144,7 +144,8 @@ void MatteRun::Pass(const char* key, std::size_t steps, int threads, const std::
     });
 }
 
-// Renders the segment, takes a copy of it before the matter writes the matte into the same output, and then the matte.
+// Renders the segment, takes a copy of it before the matter writes the matte into the same output, and then
+// the matte.
 bool MatteRun::RenderPlanes(int frame, Cache& cache, MattePlanes& planes)
 {
     MatteFrameData data{m_source, frame};

@@ -1,6 +1,6 @@
-// The passes of a matte run: every covered frame is rendered on render threads, then frozen on one thread in the order
-// of the clip, and the manager goes into its text; a second manager made of that text serves the frozen frames, and
-// what it serves is compared with what was written.
+// The passes of a matte run: every covered frame is rendered on render threads, then frozen on one thread in
+// the order of the clip, and the manager goes into its text; a second manager made of that text serves the
+// frozen frames, and what it serves is compared with what was written.
 #ifndef QLHOST_MATTERUN_H
 #define QLHOST_MATTERUN_H
 
@@ -35,7 +35,8 @@ struct MatteResult {
 
 class MatteRun {
   public:
-    /// The global callbacks and the global index are this run's from here to its end, and so is the purge callback.
+    /// The global callbacks and the global index are this run's from here to its end, and so is the purge
+    /// callback.
     MatteRun(MatteSource& source, const StrokeFile& strokes, const MatteOptions& options,
              const MatteOutput& output, MemoryHistory& memory);
     ~MatteRun();

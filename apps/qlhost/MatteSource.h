@@ -1,5 +1,5 @@
-// What a matte run reads from: the decoded frames of the clip and the strokes on them, as the segmentation services
-// hand them out.
+// What a matte run reads from: the decoded frames of the clip and the strokes on them, as the segmentation
+// services hand them out.
 #ifndef QLHOST_MATTESOURCE_H
 #define QLHOST_MATTESOURCE_H
 
@@ -48,8 +48,8 @@ class MatteSource {
     std::size_t Frames() const { return m_clip.frames.size(); }
     FrameCache& Cache() { return m_cache; }
 
-    /// The frame, decoded on this thread when it is not at hand. Null for a frame outside of the clip, one that
-    /// cannot be read, or one of another size; the latter two are reported once.
+    /// The frame, decoded on this thread when it is not at hand. Null for a frame outside of the clip, one
+    /// that cannot be read, or one of another size; the latter two are reported once.
     FrameCache::FramePtr Frame(int frame);
     /// The same as a receipt, or an empty pointer.
     boost::shared_ptr<tessaly::CheckoutReceipt> Input(int frame);

@@ -1,5 +1,5 @@
-// What every run on render threads needs around it: contexts on a thread, Ctrl-C and Escape as a wish to stop, and a
-// line of progress.
+// What every run on render threads needs around it: contexts on a thread, Ctrl-C and Escape as a wish to
+// stop, and a line of progress.
 #ifndef QLHOST_RENDERTHREAD_H
 #define QLHOST_RENDERTHREAD_H
 
@@ -43,9 +43,9 @@ class InterruptScope {
     struct sigaction m_former = {};
 };
 
-/// Runs `body` on `count` registered render threads with contexts of their own, and `watch` on this one every 25
-/// milliseconds until they have ended, and once after. What leaves a body by an exception is reported like any failure
-/// and ends that thread alone.
+/// Runs `body` on `count` registered render threads with contexts of their own, and `watch` on this one every
+/// 25 milliseconds until they have ended, and once after. What leaves a body by an exception is reported like
+/// any failure and ends that thread alone.
 void RunRenderThreads(int count, const std::function<void()>& body, const std::function<void()>& watch);
 
 /// One line on a terminal, gone at the end of its scope.

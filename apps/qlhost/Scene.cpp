@@ -36,8 +36,8 @@ struct Point {
     float x, y;
 };
 
-// A limb, a trunk or a head: all points within `radius` of a line from a to b. Coverage falls from 1 to 0 over
-// `soft`, all in heights of the frame; `fringe` is how far strands stand out.
+// A limb, a trunk or a head: all points within `radius` of a line from a to b. Coverage falls from 1 to 0
+// over `soft`, all in heights of the frame; `fringe` is how far strands stand out.
 struct Part {
     Point a, b;
     float radius, soft, fringe;
@@ -60,8 +60,8 @@ struct Part {
     }
 };
 
-// The walker in heights of the frame around the hip, back to front. It crosses the picture in 60 frames, in a longer clip
-// in all of them; limbs swing once in 24.
+// The walker in heights of the frame around the hip, back to front. It crosses the picture in 60 frames, in a
+// longer clip in all of them; limbs swing once in 24.
 class Walker {
   public:
     Walker(const GenerateOptions& options, int frame) : m_height{static_cast<float>(options.height)}
@@ -143,7 +143,8 @@ std::string Line(const char* kind, float radius, std::initializer_list<Point> po
     return line + "\n";
 }
 
-// What a person would draw on one frame: a line along each part of the walker, and a loop of ground around it.
+// What a person would draw on one frame: a line along each part of the walker, and a loop of ground around
+// it.
 std::string ManualFrame(const GenerateOptions& options, int frame, int backward, int forward)
 {
     const auto width = static_cast<float>(options.width), height = static_cast<float>(options.height);

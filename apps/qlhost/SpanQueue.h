@@ -1,5 +1,6 @@
-// The frames to render, by the span that covers them. A span's objects serve one thread at a time, so a thread takes
-// the next frame of a span that nobody renders; while it writes the result down, another thread may go on in that span.
+// The frames to render, by the span that covers them. A span's objects serve one thread at a time, so a
+// thread takes the next frame of a span that nobody renders; while it writes the result down, another thread
+// may go on in that span.
 #ifndef QLHOST_SPANQUEUE_H
 #define QLHOST_SPANQUEUE_H
 
@@ -14,8 +15,8 @@ namespace qlhost {
 
 class SpanQueue {
   public:
-    /// Of the frames from 0 to `frames` those that a span covers and that `wanted` asks for, each span from its manual
-    /// frame outward.
+    /// Of the frames from 0 to `frames` those that a span covers and that `wanted` asks for, each span from
+    /// its manual frame outward.
     SpanQueue(const tessaly::SpanManager& spans, int frames, const std::vector<bool>& wanted);
 
     /// A frame, and the only leave to render its span until `End` or the end of its life.

@@ -1,8 +1,8 @@
 // How likely a colour is in the subject or in the ground: a mixture of Gaussians over the three channels.
 //
-// source   Rother, Kolmogorov, Blake, "GrabCut: Interactive foreground extraction using iterated graph cuts", 2004:
-//          clusters by hard assignment. The first centres are the samples that lie farthest from those before them
-//          (Gonzalez, 1985), so a fit depends on nothing but its samples.
+// source   Rother, Kolmogorov, Blake, "GrabCut: Interactive foreground extraction using iterated graph cuts",
+//          2004: clusters by hard assignment. The first centres are the samples that lie farthest from those
+//          before them (Gonzalez, 1985), so a fit depends on nothing but its samples.
 #ifndef SEGMATTE_COLOURMODEL_H
 #define SEGMATTE_COLOURMODEL_H
 
@@ -16,8 +16,8 @@ class ColourModel {
     /// samples every colour is as likely as any other.
     explicit ColourModel(const std::vector<Colour>& samples);
 
-    /// The natural logarithm of the density at a colour. A small even share of the density keeps colours that were
-    /// never seen from deciding anything.
+    /// The natural logarithm of the density at a colour. A small even share of the density keeps colours that
+    /// were never seen from deciding anything.
     float LogLikelihood(const Colour& colour) const;
 
   private:

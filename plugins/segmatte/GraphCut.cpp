@@ -1,6 +1,6 @@
-// The graph is a compressed one: its nodes are the free pixels, then source and sink, and the edges of a node lie
-// beside one another in an order that is known before the graph is, so that the partner of each edge is found by
-// arithmetic. A pixel has one edge to a terminal, since only the difference of two counts.
+// The graph is a compressed one: its nodes are the free pixels, then source and sink, and the edges of a node
+// lie beside one another in an order that is known before the graph is, so that the partner of each edge is
+// found by arithmetic. A pixel has one edge to a terminal, since only the difference of two counts.
 #include "GraphCut.h"
 
 #include <algorithm>

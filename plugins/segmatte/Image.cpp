@@ -15,8 +15,8 @@ int First(int at, int from, int to)
     return static_cast<int>(std::int64_t{at} * from / to);
 }
 
-// Distances to the nearest pixel of 0, cut at the value that the others start with. A margin of one pixel around the
-// picture spares the test for neighbours; it holds that same value.
+// Distances to the nearest pixel of 0, cut at the value that the others start with. A margin of one pixel
+// around the picture spares the test for neighbours; it holds that same value.
 void Spread(Plane<float>& distance, float reach)
 {
     const int width = distance.width + 2;

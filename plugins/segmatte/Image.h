@@ -44,7 +44,8 @@ inline int SquaredDistance(const Colour& a, const Colour& b)
     return sum;
 }
 
-/// The largest size of the same shape within `most` pixels each way; never above the given one, never below 1.
+/// The largest size of the same shape within `most` pixels each way; never above the given one, never below
+/// 1.
 struct Size {
     int width, height;
 };
@@ -56,9 +57,9 @@ Image Reduce(const Image& image, Size size);
 /// Reduces a mask so that a new pixel is set when any pixel in it was: thin strokes survive.
 Mask ReduceAny(const Mask& mask, Size size);
 
-/// How far inside (above 0) or outside (below 0) of the mask each pixel lies, in pixels, to within a tenth: the
-/// distance to the border between the two, by two chamfer passes (Borgefors, "Distance transformations in digital
-/// images", CVGIP 34, 1986). Beyond `reach` it stays at `reach`; without a border all of it does.
+/// How far inside (above 0) or outside (below 0) of the mask each pixel lies, in pixels, to within a tenth:
+/// the distance to the border between the two, by two chamfer passes (Borgefors, "Distance transformations in
+/// digital images", CVGIP 34, 1986). Beyond `reach` it stays at `reach`; without a border all of it does.
 Plane<float> SignedDistance(const Mask& mask, float reach);
 
 /// Enlarges by linear interpolation between the centres of pixels.

@@ -17,7 +17,8 @@ Plane<std::uint8_t> GrayOf(const tessaly::AnyImageView& view);
 /// What of a receipt, which may be empty, is at least half covered. Without pixels an empty mask of `size`.
 Mask StrokesOf(const boost::shared_ptr<tessaly::CheckoutReceipt>& receipt, Size size);
 
-/// Writes values to every colour of a view, and full alpha. False, and nothing written, when the sizes differ.
+/// Writes values to every colour of a view, and full alpha. False, and nothing written, when the sizes
+/// differ.
 bool Write(const Plane<std::uint8_t>& values, const tessaly::AnyImageView& view);
 
 }  // namespace segmatte

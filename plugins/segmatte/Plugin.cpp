@@ -1,5 +1,5 @@
-// The plug-in itself: offers its segmenter while it is started. Its code stays in memory as long as it is offered, or
-// as an object that it made lives.
+// The plug-in itself: offers its segmenter while it is started. Its code stays in memory as long as it is
+// offered, or as an object that it made lives.
 #include <MVPluginEntry.h>
 #include <MVPlugins.h>
 #include <U.h>

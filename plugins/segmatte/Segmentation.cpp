@@ -13,8 +13,9 @@ namespace {
 // Evidence beyond this says no more: one odd pixel must not outweigh its neighbourhood.
 constexpr float kMostFavour = 8;
 constexpr float kSmooth = 6;
-// Propagation: how far the border may lie from where the shifted mask has it, how far a subject moves between two
-// frames, both in pixels of the small picture, and how much the shifted mask itself counts at the band's rim.
+// Propagation: how far the border may lie from where the shifted mask has it, how far a subject moves between
+// two frames, both in pixels of the small picture, and how much the shifted mask itself counts at the band's
+// rim.
 constexpr float kBand = 12, kPrior = 3;
 constexpr int kReach = 24;
 // The edge at full size is looked for within this many pixels of the small picture.

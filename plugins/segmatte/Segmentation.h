@@ -1,10 +1,10 @@
-// From strokes to masks. On a stroked frame the strokes say what colours subject and ground have, and a cut finds the
-// border; from there the mask is carried from frame to frame, and each time a cut in a band around the place where the
-// subject should be finds the border anew. All of that runs on small pictures. The border is then found once
-// more at full size, in a narrow band.
+// From strokes to masks. On a stroked frame the strokes say what colours subject and ground have, and a cut
+// finds the border; from there the mask is carried from frame to frame, and each time a cut in a band around
+// the place where the subject should be finds the border anew. All of that runs on small pictures. The border
+// is then found once more at full size, in a narrow band.
 //
-// source   Boykov, Jolly 2001 and Rother, Kolmogorov, Blake 2004 for the stroked frame; Lombaert, Sun, Grady, Xu, "A
-//          multilevel banded graph cuts method for fast image segmentation", 2005, for the bands
+// source   Boykov, Jolly 2001 and Rother, Kolmogorov, Blake 2004 for the stroked frame; Lombaert, Sun, Grady,
+//          Xu, "A multilevel banded graph cuts method for fast image segmentation", 2005, for the bands
 // threads  functions of their arguments alone: any thread
 #ifndef SEGMATTE_SEGMENTATION_H
 #define SEGMATTE_SEGMENTATION_H
@@ -37,8 +37,8 @@ struct Segment {
     std::shared_ptr<const Models> models;
 };
 
-/// Segments a stroked frame. Without a stroke on the subject the mask is empty; without one on the ground, the
-/// picture's margin stands in for it.
+/// Segments a stroked frame. Without a stroke on the subject the mask is empty; without one on the ground,
+/// the picture's margin stands in for it.
 Segment SegmentStroked(const Image& image, const Strokes& strokes);
 
 /// Carries a segment from the former frame to this one; strokes on this frame correct it.

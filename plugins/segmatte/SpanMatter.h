@@ -1,5 +1,5 @@
-// The matter of a span: a soft edge for what the span's segmenter found. The trimap is that of the host when it has
-// one (a frozen frame brings its own), and otherwise a band around the segment's border.
+// The matter of a span: a soft edge for what the span's segmenter found. The trimap is that of the host when
+// it has one (a frozen frame brings its own), and otherwise a band around the segment's border.
 #ifndef SEGMATTE_SPANMATTER_H
 #define SEGMATTE_SPANMATTER_H
 

@@ -196,8 +196,8 @@ boost::shared_ptr<tessaly::Value> SpanSegmenter::Find(int frame, const Guid& sta
     return found != m_cached.end() && found->second.state == state ? found->second.value.lock() : nullptr;
 }
 
-// The global index holds its lock while a value is computed. So each frame is a computation of its own, and the way
-// goes up from the nearest frame that is still there instead of down by recursion.
+// The global index holds its lock while a value is computed. So each frame is a computation of its own, and
+// the way goes up from the nearest frame that is still there instead of down by recursion.
 boost::shared_ptr<tessaly::Value> SpanSegmenter::Reach(int frame, tessaly::RenderFrameData& data,
                                                        bool& computed)
 {

@@ -1,9 +1,10 @@
-// The segmenter of one span: strokes at local frame 0, and from there outward frame by frame. What one frame hands to
-// the next is small and lies in the host's global cache index, in the host's memory; what a host purged is computed
-// again from the nearest frame that is left. The mask at full size is kept for one frame, in the cache that the host
-// carries from render to render.
+// The segmenter of one span: strokes at local frame 0, and from there outward frame by frame. What one frame
+// hands to the next is small and lies in the host's global cache index, in the host's memory; what a host
+// purged is computed again from the nearest frame that is left. The mask at full size is kept for one frame,
+// in the cache that the host carries from render to render.
 //
-// threads  as the interface says: one thread at a time calls an object. The cached frames may be asked for on any.
+// threads  as the interface says: one thread at a time calls an object. The cached frames may be asked for on
+//          any.
 #ifndef SEGMATTE_SPANSEGMENTER_H
 #define SEGMATTE_SPANSEGMENTER_H
 
