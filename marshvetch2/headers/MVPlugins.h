@@ -208,8 +208,8 @@ typedef struct MVPluginListIterator MVPluginListIterator;
 /// Makes a list. `strings` is the pool of its names, the runtime's for null.
 U_EXPORT Err MVAllocatePluginList(MVStringPool* strings, MVPluginList** list);
 
-/// Frees a list with its plug-ins and their property lists, unloading their code. The runtime's own gives
-/// "Parm"; "AISC" while a plug-in is being called. Free suite lists that work with it first.
+/// Frees a list with its plug-ins and their property lists, unloading their code. Suites that they published
+/// lose their functions. The runtime's own gives "Parm"; "AISC" while a plug-in is being called.
 U_EXPORT Err MVFreePluginList(MVPluginList* list);
 
 /// Lists the plug-in of a file, at the head of the list. It is neither loaded nor started.

@@ -7,6 +7,7 @@
 #include "MVp_Edge.h"
 #include "MVp_Plugins.h"
 #include "MVp_Read.h"
+#include "MVp_Suites.h"
 #include "U_TrySection.h"
 
 struct MVPluginListIterator {
@@ -82,6 +83,7 @@ void mvDisposeInfos(const MVPluginList* list)
 
 void mvDeletePluginList(MVPluginList* list)
 {
+    mvForgetPlugins(list);
     while (MVPlugin* plugin = list->head) {
         unlinkPlugin(list, plugin);
         if (plugin->propertyList) MVFreePropertyList(plugin->propertyList);

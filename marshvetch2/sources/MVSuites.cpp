@@ -237,6 +237,15 @@ void mvForgetAccess(const MVAccess* access)
     });
 }
 
+void mvForgetPlugins(const MVPluginList* plugins)
+{
+    for (MVSuiteList* list = g_lists; list; list = list->next)
+        if (list->plugins == plugins) list->plugins = nullptr;
+    ForEachSuite([plugins](MVSuite* suite) {
+        if (suite->plugin && suite->plugin->list == plugins) Provide(suite, nullptr, nullptr);
+    });
+}
+
 MVSuiteList::~MVSuiteList()
 {
     for (const auto& [key, suite] : suites) mvDelete(suite);

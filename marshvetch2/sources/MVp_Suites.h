@@ -60,6 +60,10 @@ void mvWithdrawSuites(const MVAccess* access);
 /// Takes an access that goes away out of the suites that hold it, in every list.
 void mvForgetAccess(const MVAccess* access);
 
+/// Takes plug-ins that are about to be freed with their list out of every suite list: their suites are announced
+/// without a publisher again.
+void mvForgetPlugins(const MVPluginList* plugins);
+
 /// Frees a list without releasing anything: the accesses are gone already.
 void mvDeleteSuiteList(MVSuiteList* list);
 

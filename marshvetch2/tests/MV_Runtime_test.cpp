@@ -116,7 +116,12 @@ TEST_F(Runtime, KeepsListsOfTheHosts)
     EXPECT_EQ(inside, MV_Err_IN_ACCESS_CALL);
     MVAdapter* adapter = nullptr;
     MVAddAdapter(plugin, "Text", 1, 0, nullptr, &adapter);
+    const void* procs = nullptr;
+    ASSERT_EQ(MVAddSuite(nullptr, plugin, "Grain Suite", 1, 1, &kProcs, nullptr), 0);
+    ASSERT_EQ(MVAcquireSuite(nullptr, "Grain Suite", 1, 1, &procs), 0);
     EXPECT_EQ(MVFreePluginList(list), 0);
+    EXPECT_EQ(MVAcquireSuite(nullptr, "Grain Suite", 1, 1, &procs), MV_Err_SUITE_NOT_FOUND);
+    EXPECT_EQ(MVReleaseSuite(nullptr, "Grain Suite", 1, 1), 0);
     EXPECT_EQ(log.back(), "Grain Unload 0");
     EXPECT_EQ(adapter->host, nullptr);
     EXPECT_EQ(MVFreePluginList(g_mvRuntime->plugins), MV_Err_PARAMETER);
