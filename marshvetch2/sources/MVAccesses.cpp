@@ -197,13 +197,14 @@ Err mvDestroyAccess(MVAccess* access)
     return error;
 }
 
-// Plug-ins that other adapters serve go first, while the plug-ins behind their adapters are still there. What a
-// plug-in loads anew while it is told to unload goes at the end, without a word.
+// Plug-ins that other adapters serve go first, while the plug-ins behind their adapters are still there. Each walk has
+// a number of its own, so that an adapter's plug-in which the first one loaded anew hears "Unload" in the second. What
+// is loaded anew in its own walk goes at the end, without a word.
 void mvUnloadAll(const MVPluginList* list)
 {
     const MVFlushScope scope;
-    const uint32_t serial = g_mvRuntime->flushSerial;
     for (const bool builtIn : {false, true}) {
+        const uint32_t serial = ++g_mvRuntime->flushSerial;
         const auto isNext = [=](const MVAccess* access) {
             return access->flushSerial != serial && Belongs(access, list) &&
                    mvIsBuiltIn(access->plugin) == builtIn;

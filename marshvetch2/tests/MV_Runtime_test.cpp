@@ -152,6 +152,17 @@ TEST_F(Runtime, EndsWithoutAWordOfRefusal)
     ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
 }
 
+TEST_F(Runtime, TellsAnAdapterThatItHadToWakeForTheEnd)
+{
+    MVPlugin* served = AddServed(AddAdapter("Text"), "Poem");
+    MVAccess* access = nullptr;
+    ASSERT_EQ(MVAcquirePlugin(served, &access) | MVFlushCaches(nullptr, nullptr), 0);
+    ASSERT_EQ(MVTerm(), 0);
+    EXPECT_EQ(Took("Reload 3"), Lines{"Text"});
+    EXPECT_EQ(Took("Unload 3"), (Lines{"Poem", "Text"}));
+    ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+}
+
 // Every public function without a runtime, and with null: a code, and nothing else.
 TEST_F(Runtime, AnswersWithoutARuntime)
 {
