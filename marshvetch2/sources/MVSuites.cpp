@@ -150,17 +150,17 @@ Err AcquireThroughAdapter(MVSuiteList* list, MVSuite* suite)
 }
 
 // The suite holds its plug-in once, however often it is acquired: also when the plug-in acquired it itself while it
-// was loaded for it, and again after a flush that took the code away under it.
+// was loaded for it, and again after a flush that took the code away under it. Without functions nobody gets it: code
+// that is leaving memory and acquires its own suite has withdrawn them already.
 Err HoldPublisher(MVSuite* suite)
 {
-    if (!suite->plugin || suite->access) return U_Err_NONE;
     MVAccess* access = nullptr;
-    if (const Err error = MVAcquirePlugin(suite->plugin, &access); error != U_Err_NONE) return error;
-    if (!suite->access && suite->procs) {
+    if (suite->plugin && !suite->access)
+        if (const Err error = MVAcquirePlugin(suite->plugin, &access); error != U_Err_NONE) return error;
+    if (!suite->access && suite->procs)
         suite->access = access;
-        return U_Err_NONE;
-    }
-    MVReleasePlugin(access);
+    else if (access)
+        MVReleasePlugin(access);
     return suite->procs ? U_Err_NONE : Err{MV_Err_SUITE_EMPTY};
 }
 
