@@ -1,5 +1,5 @@
-/* A plug-in that publishes a suite in two versions. The tables lie in its code, so they are withdrawn when the code goes, and
-   published again when it is back. */
+/* A plug-in that publishes a suite in two versions. The tables lie in its code, so they are withdrawn when the code
+   goes, and published again when it is back. */
 #include <string.h>
 
 #include "MVPluginEntry.h"

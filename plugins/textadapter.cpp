@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -41,30 +40,43 @@ Err Register(const MVAdapterMessage& message)
     return 0;
 }
 
-Err Load(MVPlugin* plugin)
-{
-    MVFileSpec* file = nullptr;
-    const char* path = "";
-    if (MVGetPluginFileSpec(plugin, &file) != 0 || MVGetFilePath(file, &path) != 0)
-        return MV_Err_NOT_ACQUIRED;
-    std::ifstream stream{path, std::ios::binary};
-    const std::string text{std::istreambuf_iterator<char>{stream}, {}};
-    if (!stream || text.size() > kLongestText || text.find('\0') != text.npos) {
-        MVSetFileReason(file, "it cannot be read as a text of at most 64 KiB");
-        return MV_Err_NOT_ACQUIRED;
-    }
-    void* block = nullptr;
-    if (const Err err = MVAllocateBlock(text.size() + 1, "a text-defined plug-in", &block)) return err;
-    std::memcpy(block, text.c_str(), text.size() + 1);
-    return MVSetPluginAdapterInfo(plugin, block);
-}
-
 Err Release(MVPlugin* plugin)
 {
     void* block = nullptr;
     MVGetPluginAdapterInfo(plugin, &block);
     MVSetPluginAdapterInfo(plugin, nullptr);
     return MVFreeBlock(block);
+}
+
+// Reads no more than may be, however long the file is.
+bool ReadText(const char* path, std::string& text)
+{
+    std::ifstream stream{path, std::ios::binary};
+    text.resize(kLongestText + 1);
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    return stream.eof() && text.find('\0') == text.npos;
+}
+
+// The text outlives this code, so the host's own call allocates it: a description from here would go with the code.
+Err Load(const MVAdapterMessage& message)
+{
+    MVPlugin* plugin = message.plugin;
+    MVFileSpec* file = nullptr;
+    const char* path = "";
+    std::string text;
+    if (MVGetPluginFileSpec(plugin, &file) != 0 || MVGetFilePath(file, &path) != 0)
+        return MV_Err_NOT_ACQUIRED;
+    if (!ReadText(path, text)) {
+        MVSetFileReason(file, "it cannot be read as a text of at most 64 KiB");
+        return MV_Err_NOT_ACQUIRED;
+    }
+    MVSetFileReason(file, nullptr);
+    Release(plugin);  // of a load that nobody took up
+    void* block = nullptr;
+    if (const Err err = message.data.basic->AllocateBlock(text.size() + 1, &block)) return err;
+    std::memcpy(block, text.c_str(), text.size() + 1);
+    return MVSetPluginAdapterInfo(plugin, block);
 }
 
 // What stands behind a selector and a colon in the text; empty without such a line.
@@ -100,8 +112,9 @@ MV_PLUGIN_ENTRY(caller, selector, message)
     const auto& adapters = *static_cast<const MVAdapterMessage*>(message);
     const std::string_view what{selector};
     if (what == MV_Selector_REGISTER_PLUGINS) return Register(adapters);
-    if (what == MV_Selector_LOAD_PLUGIN) return Load(adapters.plugin);
-    if (what == MV_Selector_RELEASE_PLUGIN) return Release(adapters.plugin);
+    if (what == MV_Selector_LOAD_PLUGIN) return Load(adapters);
+    if (what == MV_Selector_RELEASE_PLUGIN || what == MV_Selector_DISPOSE_INFO)
+        return Release(adapters.plugin);
     if (what == MV_Selector_SEND_MESSAGE) return Send(adapters);
     return 0;
 }

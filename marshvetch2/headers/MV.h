@@ -153,7 +153,8 @@ U_EXPORT Err MVMakeWString(MVStringPool* pool, const char* text, const char** po
 // outlives it may still be freed.
 
 /// Allocates `size` bytes, zeroed, aligned to 16. `description` is kept by its pointer: pass a literal of the
-/// host, or a pooled string, but none of a plug-in's code. On failure the block is null and the code 4.
+/// host, none of a plug-in's code, which may go, nor a string of the runtime's pool, which goes before leaks
+/// are told. On failure the block is null and the code 4.
 U_EXPORT Err MVAllocateBlock(uint64_t size, const char* description, void** block);
 
 /// Grows or shrinks a block, which may move; what grew is zeroed. On failure the old block stands in

@@ -222,6 +222,14 @@ TEST_F(SamplePlugins, OfAnotherKindAnswerThroughTheirAdapter)
         MVFlushCaches(nullptr, &flushed);
         EXPECT_EQ(AccessCount("hello"), -1);
     }
+    // What the adapter allocated must be told of without its code.
+    MVAccess* held = nullptr;
+    ASSERT_EQ(MVAcquirePlugin(Named("hello"), &held) | MVFlushCaches(nullptr, &flushed), 0);
+    ASSERT_FALSE(InMemory(kSamples / "textadapter.so"));
+    Texts blocks;
+    MVReportBlocks([](void* told, const char* what, uint64_t) { static_cast<Texts*>(told)->push_back(what); },
+                   &blocks);
+    EXPECT_EQ(std::count(blocks.begin(), blocks.end(), "a plug-in's block"), 1);
 }
 
 TEST_F(SamplePlugins, LeaveNothingInAHundredRounds)
