@@ -53,5 +53,6 @@
 #define MV_PROPERTY_SECTION_MAGIC "MVPL"
 #define MV_PROPERTY_SECTION_VERSION 1
 #define MV_PROPERTY_SECTION_MAX 1048576  ///< bytes; a larger section is refused
+#define MV_PROPERTY_COUNT_MAX 1024       ///< properties; a list of more is refused
 
 #endif

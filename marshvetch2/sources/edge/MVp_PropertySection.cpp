@@ -58,7 +58,11 @@ const char* mvReadPropertySection(MVSectionBytes section, MVPropertyList* list)
         return "the property list has an unknown version";
 
     MVSectionBytes rest = section.subspan(kHeadBytes);
-    for (uint32_t left = Word(section.subspan(8)); left != 0; --left) {
+    uint32_t left = Word(section.subspan(8));
+    // Each property is compared with all before it: a section full of empty ones would hold a host up for seconds.
+    static_assert(MV_PROPERTY_COUNT_MAX == 1024, "the sentence has the number");
+    if (left > MV_PROPERTY_COUNT_MAX) return "the property list has more than 1024 properties";
+    for (; left != 0; --left) {
         if (const char* reason = TakeProperty(rest, list)) return reason;
     }
     return AllZero(rest) ? nullptr : "something stands behind the property list";
