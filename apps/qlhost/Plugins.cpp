@@ -153,7 +153,8 @@ void PluginLife::HearStartup(void* self, int32_t event, const void* data)
 
 PluginLife::PluginLife(const std::filesystem::path& folder, std::string& why)
 {
-    if (!std::filesystem::is_directory(folder)) {
+    std::error_code unreadable;
+    if (!std::filesystem::is_directory(folder, unreadable)) {
         why = folder.string() + " is no folder of plug-ins";
         return;
     }
@@ -169,18 +170,21 @@ PluginLife::PluginLife(const std::filesystem::path& folder, std::string& why)
 
 PluginLife::~PluginLife()
 {
-    if (m_started) MVShutdownPlugins();
-    if (m_begun) MVTerm();
+    if (!m_begun) return;
+    MVShutdownPlugins();  // also those that had started when the startup failed
+    MVTerm();
 }
 
 void PluginLife::PrintCount() const
 {
     const auto plugins = Plugins();
-    const auto broken = std::count_if(plugins.begin(), plugins.end(),
-                                      [](auto* plugin) { return Is(MVGetPluginBroken, plugin); });
-    std::printf("%s\n", Text("$$$/QLHost/Plugins/Count=Plug-ins  @0 started, @1 of them broken",
-                             {std::to_string(plugins.size()), std::to_string(broken)})
-                            .c_str());
+    const auto count = [&plugins](auto reader) {
+        return std::count_if(plugins.begin(), plugins.end(), [=](auto* one) { return Is(reader, one); });
+    };
+    std::printf("%s\n",
+                Text("$$$/QLHost/Plugins/Count=Plug-ins  @0 started, @1 of them broken",
+                     {std::to_string(count(MVGetPluginStarted)), std::to_string(count(MVGetPluginBroken))})
+                    .c_str());
 }
 
 void PluginLife::Tell(const char* selector, int frames, int failed) const

@@ -23,7 +23,7 @@ class PluginLife {
 
     bool Started() const { return m_started; }
 
-    /// Prints how many plug-ins there are and how many of them are broken.
+    /// Prints how many plug-ins were started and how many of them are broken.
     void PrintCount() const;
 
     /// Sends every plug-in that runs a message about the run, and prints what they put in.
