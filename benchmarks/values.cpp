@@ -1,6 +1,7 @@
-// Trees of leaves in groups, written as JSON, read, searched and copied, beside Boost.PropertyTree, which holds every
-// value as a string; and the copy of one value beside boost::any. Text is UTF-8 on both sides, so ours converts. The last
-// rows set a hundred small trees against one that is a hundred times as large: what grows with the size shows there.
+// Trees of leaves in groups, written as JSON, read, searched and copied, beside Boost.PropertyTree, which
+// holds every value as a string; and the copy of one value beside boost::any. Text is UTF-8 on both sides, so
+// ours converts. The last rows set a hundred small trees against one that is a hundred times as large: what
+// grows with the size shows there.
 #include <U_AnyTree.h>
 
 #include <boost/any.hpp>

@@ -1,5 +1,6 @@
-// Any text into the three readers, in 16-bit units and as UTF-8. What the strict reader takes the ordinary one takes too
-// and reads the same; what was read can be written unless its keys or depth forbid, and copying a tree changes nothing.
+// Any text into the three readers, in 16-bit units and as UTF-8. What the strict reader takes the ordinary
+// one takes too and reads the same; what was read can be written unless its keys or depth forbid, and copying
+// a tree changes nothing.
 #include <optional>
 
 #include "U_AnyTree.h"

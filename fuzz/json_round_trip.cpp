@@ -1,5 +1,5 @@
-// A tree made from the input, of values and shapes that the text carries, is the same after it was written and read by
-// each reader.
+// A tree made from the input, of values and shapes that the text carries, is the same after it was written
+// and read by each reader.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -32,8 +32,8 @@ class Input {
         return value;
     }
 
-    // Without "m" in front, since no magic word must come up by chance, and without the point and half pairs, which the
-    // text does not carry.
+    // Without "m" in front, since no magic word must come up by chance, and without the point and half pairs,
+    // which the text does not carry.
     U_UTF16String TakeText()
     {
         U_UTF16String text(1, 'k');

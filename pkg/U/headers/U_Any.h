@@ -1,24 +1,25 @@
-/// A variant value: a null, a boolean, an integer, a double, an enumeration or a string, with every conversion
-/// between them defined.
+/// A variant value: a null, a boolean, an integer, a double, an enumeration or a string, with every
+/// conversion between them defined.
 ///
 ///     U_Any width = 1920;
 ///     width.GetAs_double();                              // 1920.0
 ///     width.GetAs_Str8();                                // "1920"
 ///     U_Any{2.0}.GetAs_JSON();                           // 2.0: the point tells a double from an integer
 ///
-/// A value can be *mixed*: it has a type but stands for several values, as the opacity of three selected layers
-/// does. Its text is then a magic word, "mixed-" and the name of the type, which brings it through text forms and
-/// back; its number does not exist, and asking for it throws.
+/// A value can be *mixed*: it has a type but stands for several values, as the opacity of three selected
+/// layers does. Its text is then a magic word, "mixed-" and the name of the type, which brings it through
+/// text forms and back; its number does not exist, and asking for it throws.
 ///
 ///     U_Any opacity{0.5, true};
 ///     opacity.GetAs_Str8();                              // "mixed-double"
 ///     opacity.GetAs_double();                            // throws boost::bad_any_cast
 ///
 /// So a 16-bit or UTF-8 string that spells one of the words "mixed-double", "mixed-string", "mixed-bool" and
-/// "mixed-int" becomes a mixed value, and one that merely begins with "mixed-" cannot be a value: making it throws.
+/// "mixed-int" becomes a mixed value, and one that merely begins with "mixed-" cannot be a value: making it
+/// throws.
 ///
-/// Ground rules. Every failure is a `boost::bad_any_cast`, besides `std::bad_alloc`. A value is not synchronised: copy
-/// it between threads. Trees of values are in U_AnyTree.h.
+/// Ground rules. Every failure is a `boost::bad_any_cast`, besides `std::bad_alloc`. A value is not
+/// synchronised: copy it between threads. Trees of values are in U_AnyTree.h.
 #ifndef U_ANY_H
 #define U_ANY_H
 
@@ -55,8 +56,8 @@ class U_EXPORT U_Any {
     /// The type with its zero: false, 0, 0.0, an empty text. A tree holds no value here.
     explicit U_Any(TypeEnum type);
 
-    /// Numbers. `mixed` values keep the number but show the magic word. They are templates so that a pointer cannot
-    /// become a boolean.
+    /// Numbers. `mixed` values keep the number but show the magic word. They are templates so that a pointer
+    /// cannot become a boolean.
     template <std::floating_point Real>
     U_Any(Real value, bool mixed = false) : U_Any(Holder{static_cast<double>(value)}, Type_DOUBLE, mixed)
     {
@@ -81,9 +82,10 @@ class U_EXPORT U_Any {
     U_Any(const std::string& text);
     U_Any(const char* text);  ///< null is empty
 
-    /// A holder with a type of the caller's choice: the way to make an enumeration. Under Type_NULL the type is
-    /// inferred, and a holder that no type fits gives a null. A holder that does not fit the type is found out by the
-    /// first getter that needs it. It is a template so that nothing else becomes a holder on the way.
+    /// A holder with a type of the caller's choice: the way to make an enumeration. Under Type_NULL the type
+    /// is inferred, and a holder that no type fits gives a null. A holder that does not fit the type is found
+    /// out by the first getter that needs it. It is a template so that nothing else becomes a holder on the
+    /// way.
     template <std::same_as<boost::any> Any>
     explicit U_Any(const Any& value, TypeEnum type = Type_NULL, bool mixed = false)
         : U_Any(Holder{value}, type, mixed)
@@ -101,8 +103,8 @@ class U_EXPORT U_Any {
     /// Whether a value is held: false for a null, and for a node's mark that it is a tree.
     bool has_value() const { return !m_value.empty(); }
 
-    /// Whether the value is an integer, a double, an enumeration, or a text of digits, commas, hyphens and points. A
-    /// boolean is not numeric, although it has a number.
+    /// Whether the value is an integer, a double, an enumeration, or a text of digits, commas, hyphens and
+    /// points. A boolean is not numeric, although it has a number.
     bool IsNumeric() const;
 
     /// The holder. For a null it holds the null pointer. It lives as long as this value, unchanged.
@@ -111,19 +113,20 @@ class U_EXPORT U_Any {
     /// Makes this a null.
     void reset();
 
-    // --- Conversions ------------------------------------------------------------------------------------------
+    // --- Conversions ---------------------------------------------------------------------------------------
 
-    /// The text: "true" and "false", digits, up to nine decimals without trailing zeros, and ".0" behind a double
-    /// that is whole. From about 1e21 on a double has the form with an exponent and nine decimals. A NaN and the
-    /// infinities are "nan", "inf" and "-inf". A tree is "<tree>", a null is empty. Never throws for a mixed value.
+    /// The text: "true" and "false", digits, up to nine decimals without trailing zeros, and ".0" behind a
+    /// double that is whole. From about 1e21 on a double has the form with an exponent and nine decimals. A
+    /// NaN and the infinities are "nan", "inf" and "-inf". A tree is "<tree>", a null is empty. Never throws
+    /// for a mixed value.
     U_UTF16String GetAs_Str() const;
     U_UTF8String GetAs_Str8() const;
     std::string GetAs_MBStr() const;
 
-    /// The number. Doubles are truncated toward zero and held at the ends of the range, a NaN is 0. Of texts, "TRUE"
-    /// and "true" are 1, "FALSE" and "false" are 0, and others are read up to where they stop being a number, with a
-    /// point as decimal mark in every locale. A null and a tree are 0. An unsigned integer above the range wraps, as
-    /// its text does.
+    /// The number. Doubles are truncated toward zero and held at the ends of the range, a NaN is 0. Of texts,
+    /// "TRUE" and "true" are 1, "FALSE" and "false" are 0, and others are read up to where they stop being a
+    /// number, with a point as decimal mark in every locale. A null and a tree are 0. An unsigned integer
+    /// above the range wraps, as its text does.
     ///
     /// throws  for a mixed value, or a holder that does not fit the type
     long long GetAs_int() const
@@ -135,9 +138,9 @@ class U_EXPORT U_Any {
     bool GetAs_bool() const;     ///< not 0
     double GetAs_double() const;
 
-    /// The JSON text: "null", a bare word or number, or a quoted string; mixed values are quoted. Empty for a tree. A
-    /// double that is no number gives a bare "nan", "inf" or "-inf", which is no JSON but does not break the text
-    /// around it: read back, the first is a null and the others are the integer 0.
+    /// The JSON text: "null", a bare word or number, or a quoted string; mixed values are quoted. Empty for a
+    /// tree. A double that is no number gives a bare "nan", "inf" or "-inf", which is no JSON but does not
+    /// break the text around it: read back, the first is a null and the others are the integer 0.
     U_UTF16String GetAs_JSON() const;
 
     /// Makes this a string from a JSON string token, or a mixed value if it spells a magic word.
@@ -148,8 +151,8 @@ class U_EXPORT U_Any {
     static std::string UTF16toMBString(const U_UTF16String& text);
     static U_UTF16String MBtoUTF16String(const std::string& text);
 
-    /// Equality is by text and not by type: the integer 1 equals the string "1" and not the double 1, whose text is
-    /// "1.0". Two mixed values of a type are equal.
+    /// Equality is by text and not by type: the integer 1 equals the string "1" and not the double 1, whose
+    /// text is "1.0". Two mixed values of a type are equal.
     bool operator==(const U_Any& other) const;
 
   private:

@@ -4,18 +4,19 @@
 ///     job.put("clip.frames", 60);                        // makes "clip" on the way
 ///     job.put("tint", U_ColorRGBA{1, 0.5f, 0, 1});
 ///     job.get<int>("clip.frames");                       // 60
-///     job.GetAs_JSON8();                                 // {"clip":{"frames":60},"tint":{"color-red":1.0,...}}
+///     job.GetAs_JSON8();                                 // {"clip":{"frames":60},"tint":{"color-red":...}}
 ///
-/// A node whose children all have the empty key is an array, anything else is a map; a node without children is both.
-/// Trees describe menus, requests and settings, not bulk data: a child is copied when it is put.
+/// A node whose children all have the empty key is an array, anything else is a map; a node without children
+/// is both. Trees describe menus, requests and settings, not bulk data: a child is copied when it is put.
 ///
-/// Keys. Every function that takes a key takes 16-bit, UTF-8 and multibyte text, see `U_AnyTreeKey`. A point in a key
-/// separates the steps of a path in `put` and `get`, empty steps included: ".a" is the child "a" of the child "". But
-/// `exists`, `erase`, `push_back` and the `with_child_` functions look for a direct child with that very name, and so
-/// do, before they follow the path, the `get_child_` functions.
+/// Keys. Every function that takes a key takes 16-bit, UTF-8 and multibyte text, see `U_AnyTreeKey`. A point
+/// in a key separates the steps of a path in `put` and `get`, empty steps included: ".a" is the child "a" of
+/// the child "". But `exists`, `erase`, `push_back` and the `with_child_` functions look for a direct child
+/// with that very name, and so do, before they follow the path, the `get_child_` functions.
 ///
-/// Failures are exceptions whose text names what was sought and what was there; the values' own are those of U_Any.h.
-/// Except for the readers of JSON that say otherwise, an operation applies or leaves the tree as it was.
+/// Failures are exceptions whose text names what was sought and what was there; the values' own are those of
+/// U_Any.h. Except for the readers of JSON that say otherwise, an operation applies or leaves the tree as it
+/// was.
 ///
 /// No locks: a tree is used by one thread at a time.
 #ifndef U_ANYTREE_H
@@ -108,12 +109,12 @@ class U_EXPORT U_AnyTreeWrapper {
     /// `other` can only be assigned to or destroyed afterwards.
     U_AnyTreeWrapper(U_AnyTreeWrapper&& other) noexcept;
 
-    /// Replaces the content of the node. If this refers to a node of another tree, it changes there, and a null
-    /// becomes a tree.
+    /// Replaces the content of the node. If this refers to a node of another tree, it changes there, and a
+    /// null becomes a tree.
     U_AnyTreeWrapper& operator=(U_AnyTreeWrapper other);
     ~U_AnyTreeWrapper();
 
-    // --- Shape ------------------------------------------------------------------------------------------------
+    // --- Shape ---------------------------------------------------------------------------------------------
 
     bool empty() const;        ///< no children
     std::size_t size() const;  ///< how many children
@@ -128,15 +129,17 @@ class U_EXPORT U_AnyTreeWrapper {
     static void array_validator(const U_AnyTreeWrapper& tree);
     static void map_validator(const U_AnyTreeWrapper& tree);
 
-    // --- Reading ----------------------------------------------------------------------------------------------
+    // --- Reading -------------------------------------------------------------------------------------------
 
-    /// Whether there is a direct child with that very key; a point in it is a point. Never throws but for memory.
+    /// Whether there is a direct child with that very key; a point in it is a point. Never throws but for
+    /// memory.
     bool exists(const U_AnyTreeKey& key) const;
 
-    /// The child at the key. A key with a point must name a direct child and, as a path, lead somewhere too; what is
-    /// read is where the path leads.
+    /// The child at the key. A key with a point must name a direct child and, as a path, lead somewhere too;
+    /// what is read is where the path leads.
     ///
-    /// throws  `bad_uanytree_key`; `boost::property_tree::ptree_bad_path`, "No such node", behind that first check
+    /// throws  `bad_uanytree_key`; `boost::property_tree::ptree_bad_path`, "No such node", behind that first
+    ///         check
     U_Any get_child_any(const U_AnyTreeKey& key) const;
 
     /// The wrapper refers to the node: changes made through it show here. It must not outlive the node.
@@ -157,9 +160,9 @@ class U_EXPORT U_AnyTreeWrapper {
     /// The keys and values of the array at the key.
     Pairs get_array_pairs(const U_AnyTreeKey& key) const;
 
-    /// The value at the end of a path, converted to T: bool, an integer or enumeration type (cut to its width), a
-    /// floating type, `U_UTF16String`, `U_UTF8String`, `std::string` (multibyte), `U_Any`, `U_ColorRGBA`, `Point`,
-    /// `Rect`, or `U_AnyTreeWrapper`, which refers to the node.
+    /// The value at the end of a path, converted to T: bool, an integer or enumeration type (cut to its
+    /// width), a floating type, `U_UTF16String`, `U_UTF8String`, `std::string` (multibyte), `U_Any`,
+    /// `U_ColorRGBA`, `Point`, `Rect`, or `U_AnyTreeWrapper`, which refers to the node.
     ///
     /// throws  `bad_uanytree_key` that names the step that is missing and the keys that are there
     template <class T>
@@ -190,21 +193,22 @@ class U_EXPORT U_AnyTreeWrapper {
     /// The node's own value. It lives as long as the node, unchanged.
     const U_Any& get_self() const;
 
-    // --- Writing ----------------------------------------------------------------------------------------------
+    // --- Writing -------------------------------------------------------------------------------------------
 
-    /// Puts a child under a key without a point: every child with that key is removed and the new one is the last in
-    /// the order, which so is the order of the last writes. A key with a point is a path: what is missing is made,
-    /// and the value, or the tree, of the node at its end is set where it stands.
+    /// Puts a child under a key without a point: every child with that key is removed and the new one is the
+    /// last in the order, which so is the order of the last writes. A key with a point is a path: what is
+    /// missing is made, and the value, or the tree, of the node at its end is set where it stands.
     ///
-    /// A tree is copied. The node that holds it becomes a tree, whatever the tree's own value was; so does a null that
-    /// gets children. Any other value that gets children stays what it is, and JSON then shows the value.
+    /// A tree is copied. The node that holds it becomes a tree, whatever the tree's own value was; so does a
+    /// null that gets children. Any other value that gets children stays what it is, and JSON then shows the
+    /// value.
     ///
     /// throws  `boost::bad_any_cast` for a path of more than `kMaxDepth` steps
     void put(const U_AnyTreeKey& key, const U_Any& value);
     void put(const U_AnyTreeKey& key, const U_AnyTreeWrapper& tree);
 
-    /// Puts a tree of the components: "color-red", "color-green", "color-blue", "color-alpha"; "pt-x", "pt-y";
-    /// "rect-left", "rect-top", "rect-width", "rect-height".
+    /// Puts a tree of the components: "color-red", "color-green", "color-blue", "color-alpha"; "pt-x",
+    /// "pt-y"; "rect-left", "rect-top", "rect-width", "rect-height".
     void put(const U_AnyTreeKey& key, const U_ColorRGBA& color);
     void put(const U_AnyTreeKey& key, const Point& point);
     void put(const U_AnyTreeKey& key, const Rect& rect);
@@ -230,10 +234,10 @@ class U_EXPORT U_AnyTreeWrapper {
     /// Removes all direct children with that very key.
     void erase(const U_AnyTreeKey& key);
 
-    // --- Visiting ---------------------------------------------------------------------------------------------
+    // --- Visiting ------------------------------------------------------------------------------------------
 
-    /// Calls the visitor for each child in order, with `depth`, and with one more a level below. It must not change
-    /// the tree.
+    /// Calls the visitor for each child in order, with `depth`, and with one more a level below. It must not
+    /// change the tree.
     void for_each(const Visitor& visitor, int depth = 0) const;
 
     Pairs pairs() const;
@@ -243,9 +247,10 @@ class U_EXPORT U_AnyTreeWrapper {
     /// The keys for a message: ["a", "b"]. Nothing is escaped, and no key at all is [""].
     U_UTF8String keys_as_json() const;
 
-    /// Calls the function with the child at the key, or, if there is none, with an empty tree that is put under the
-    /// key afterwards. The child is checked first. If the function throws, a new child is not put; an existing one
-    /// keeps what was already written to it. The const form does nothing if there is no such child.
+    /// Calls the function with the child at the key, or, if there is none, with an empty tree that is put
+    /// under the key afterwards. The child is checked first. If the function throws, a new child is not put;
+    /// an existing one keeps what was already written to it. The const form does nothing if there is no such
+    /// child.
     ///
     /// throws  `bad_uanytree_map`; `boost::bad_function_call` for an empty function
     void with_child_map(const U_AnyTreeKey& key, const boost::function<void(U_AnyTreeWrapper&)>& function);
@@ -255,36 +260,38 @@ class U_EXPORT U_AnyTreeWrapper {
     void with_child_array(const U_AnyTreeKey& key,
                           const boost::function<void(const U_AnyTreeWrapper&)>& function) const;
 
-    /// A tree with, for each node at any depth, the node's key as a string at the path that is the text of its value.
-    /// It inverts a map of unique values.
+    /// A tree with, for each node at any depth, the node's key as a string at the path that is the text of
+    /// its value. It inverts a map of unique values.
     U_AnyTreeWrapper CreateReverseMapping() const;
 
-    // --- JSON -------------------------------------------------------------------------------------------------
+    // --- JSON ----------------------------------------------------------------------------------------------
 
-    /// The children as JSON, without blanks. The top level is written as a map even if it is an array; an empty child
-    /// tree is written as "{}". What the text does not carry is told in the guide to values.
+    /// The children as JSON, without blanks. The top level is written as a map even if it is an array; an
+    /// empty child tree is written as "{}". What the text does not carry is told in the guide to values.
     ///
-    /// throws  `boost::bad_any_cast` for nesting beyond `kMaxDepth`, for a key that begins with "mixed-" and is no
-    ///         magic word, and for a value whose holder does not fit its type
+    /// throws  `boost::bad_any_cast` for nesting beyond `kMaxDepth`, for a key that begins with "mixed-" and
+    ///         is no magic word, and for a value whose holder does not fit its type
     U_UTF16String GetAs_JSON() const;
     U_UTF8String GetAs_JSON8() const;
 
-    /// Puts what the text holds into this tree; an empty text does nothing. The text is taken for one that `GetAs_JSON`
-    /// wrote and is scanned, not checked: of `true`, `false` and `null` only the first character counts, what begins
-    /// like nothing else is a number, a missing colon or bracket ends a map.
+    /// Puts what the text holds into this tree; an empty text does nothing. The text is taken for one that
+    /// `GetAs_JSON` wrote and is scanned, not checked: of `true`, `false` and `null` only the first character
+    /// counts, what begins like nothing else is a number, a missing colon or bracket ends a map.
     ///
-    /// throws  `boost::bad_any_cast` for a bad string, a bare magic word, a string that begins with "mixed-" and is no
-    ///         magic word, and nesting beyond `kMaxDepth`, with the tree partly filled
+    /// throws  `boost::bad_any_cast` for a bad string, a bare magic word, a string that begins with "mixed-"
+    ///         and is no magic word, and nesting beyond `kMaxDepth`, with the tree partly filled
     void SetFrom_JSON(const U_UTF16String& text);
     void SetFrom_JSON(const U_UTF8String& text);
 
-    /// The same for texts in which mixed values stand as bare words, without quotes: each comes in as the integer 0
-    /// and is no longer mixed.
+    /// The same for texts in which mixed values stand as bare words, without quotes: each comes in as the
+    /// integer 0 and is no longer mixed.
     void SetFrom_JSON_HackRecoverMagicMixed(const U_UTF16String& text);
 
-    /// The same for texts from strangers: only a JSON object is read, and the tree is as it was if anything fails.
+    /// The same for texts from strangers: only a JSON object is read, and the tree is as it was if anything
+    /// fails.
     ///
-    /// throws  `bad_uanytree_json` with the position of the first fault; `boost::bad_any_cast` as `SetFrom_JSON` does
+    /// throws  `bad_uanytree_json` with the position of the first fault; `boost::bad_any_cast` as
+    ///         `SetFrom_JSON` does
     void SetFrom_JSON_Strict(const U_UTF16String& text);
     void SetFrom_JSON_Strict(const U_UTF8String& text);
 

@@ -1,7 +1,7 @@
 /// A colour of four single-precision components.
 ///
-/// The range and the colour space are those of whoever hands the colour over; nothing is clipped, and alpha is not
-/// multiplied in.
+/// The range and the colour space are those of whoever hands the colour over; nothing is clipped, and alpha
+/// is not multiplied in.
 #ifndef U_COLORRGBA_H
 #define U_COLORRGBA_H
 

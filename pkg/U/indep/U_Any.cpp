@@ -1,5 +1,6 @@
-// The variant value. A value is what a holder and a type say together; the type decides, and a holder that does not
-// fit it fails where it is needed. Mixed values travel as magic words, so strings are looked at when they are made.
+// The variant value. A value is what a holder and a type say together; the type decides, and a holder that
+// does not fit it fails where it is needed. Mixed values travel as magic words, so strings are looked at when
+// they are made.
 //
 // The one state here is g_recover_magic_mixedB, a flag of each thread.
 #include "U_Any.h"
@@ -138,8 +139,9 @@ U_UTF16String DoubleText(double value)
 {
     using namespace zvkcore::string;
     U_UTF16String text = NumberToString(value, 1, 9, kNumberPlainForm | kNumberTrimZeros, 31);
-    // Wanted: only a whole double gets the ".0" by which it stays a double in text. One that rounds to a whole number
-    // in nine decimals shows that number, and equals that integer. The form with an exponent has its point already.
+    // Wanted: only a whole double gets the ".0" by which it stays a double in text. One that rounds to a
+    // whole number in nine decimals shows that number, and equals that integer. The form with an exponent has
+    // its point already.
     const bool whole = std::isfinite(value) && std::trunc(value) == value;
     if (whole && text.find('.') == U_UTF16String::npos) text.append(u".0"_u16);
     return text;
@@ -165,7 +167,7 @@ double Up_DoubleFromText(UTF16View text)
     return number;
 }
 
-// --- Making a value ---------------------------------------------------------------------------------------------
+// --- Making a value ----------------------------------------------------------------------------------------
 
 U_Any::U_Any(TypeEnum type) : m_value(RowOf(type).zero()), m_type(RowOf(type).type)
 {
@@ -207,8 +209,9 @@ void U_Any::construct(bool mixed)
     if (m_type == Type_NULL) m_value.clear();
 }
 
-// Wanted: an ordinary string that happens to spell a magic word becomes a mixed value, and one that merely begins like
-// them cannot be made. That is how a mixed value comes back from text, where nothing else marks it.
+// Wanted: an ordinary string that happens to spell a magic word becomes a mixed value, and one that merely
+// begins like them cannot be made. That is how a mixed value comes back from text, where nothing else marks
+// it.
 void U_Any::construct_string()
 {
     const U_UTF16String* text = Up_Held<U_UTF16String>(m_value);
@@ -240,7 +243,7 @@ void U_Any::reset()
     *this = U_Any();
 }
 
-// --- Questions --------------------------------------------------------------------------------------------------
+// --- Questions ---------------------------------------------------------------------------------------------
 
 const char* U_Any::GetTypeStr(TypeEnum type)
 {
@@ -277,7 +280,7 @@ void U_Any::ThrowIfMixed() const
     if (m_mixed && !g_recover_magic_mixedB) throw boost::bad_any_cast();
 }
 
-// --- Conversions ------------------------------------------------------------------------------------------------
+// --- Conversions -------------------------------------------------------------------------------------------
 
 U_UTF16String U_Any::GetAs_Str() const
 {

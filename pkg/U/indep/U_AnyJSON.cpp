@@ -1,5 +1,5 @@
-// One value and one string as JSON. Nearly every string stands for itself between its quotes; those that do not take the
-// road through the framework, which is also the road that a test holds the short one against.
+// One value and one string as JSON. Nearly every string stands for itself between its quotes; those that do
+// not take the road through the framework, which is also the road that a test holds the short one against.
 #include "U_Any.h"
 #include "Up_Any.h"
 #include "zvkcore/serialization/JSON.h"

@@ -1,6 +1,6 @@
-// The tree: shape, reading, writing and visiting of nodes. A wrapper is a pointer to a node and knows whether the node is
-// its own. Paths are followed here and not by the property tree, whose own paths refuse a point at the end and cannot
-// print a 16-bit key.
+// The tree: shape, reading, writing and visiting of nodes. A wrapper is a pointer to a node and knows whether
+// the node is its own. Paths are followed here and not by the property tree, whose own paths refuse a point
+// at the end and cannot print a 16-bit key.
 #include "U_AnyTree.h"
 
 #include <algorithm>
@@ -38,7 +38,8 @@ std::vector<U_UTF16String> Split(const U_UTF16String& key, unsigned short separa
 
 }  // namespace
 
-// A child is made in place from its parts: `push_back` would copy a node, with the allocations of an empty one.
+// A child is made in place from its parts: `push_back` would copy a node, with the allocations of an empty
+// one.
 static Up_Tree& Append(Up_Tree& parent, const U_UTF16String& key, const U_Any& value)
 {
     const std::pair<const U_UTF16String&, const U_Any&> child{key, value};
@@ -90,7 +91,7 @@ U_AnyTreeKey::U_AnyTreeKey(const unsigned char* key)
 
 U_AnyTreeKey::U_AnyTreeKey(const char* key) : m_made(U_MBToUTF16String(key)), m_key(&m_made) {}
 
-// --- Life -------------------------------------------------------------------------------------------------------
+// --- Life --------------------------------------------------------------------------------------------------
 
 U_AnyTreeWrapper::U_AnyTreeWrapper() : m_tree(new Tree), m_owns(true) {}
 
@@ -107,7 +108,8 @@ U_AnyTreeWrapper::U_AnyTreeWrapper(U_AnyTreeWrapper&& other) noexcept
 
 U_AnyTreeWrapper& U_AnyTreeWrapper::operator=(U_AnyTreeWrapper other)
 {
-    // What is assigned may be a part of this tree, or the other way round: nothing is replaced before it is copied.
+    // What is assigned may be a part of this tree, or the other way round: nothing is replaced before it is
+    // copied.
     if (!other.m_owns) return *this = U_AnyTreeWrapper(std::as_const(other));
     if (m_owns) {
         std::swap(m_tree, other.m_tree);
@@ -123,7 +125,7 @@ U_AnyTreeWrapper::~U_AnyTreeWrapper()
     if (m_owns) delete m_tree;
 }
 
-// --- Shape ------------------------------------------------------------------------------------------------------
+// --- Shape -------------------------------------------------------------------------------------------------
 
 bool U_AnyTreeWrapper::empty() const
 {
@@ -157,7 +159,7 @@ const U_AnyTreeWrapper& U_AnyTreeWrapper::valid_map() const
     return *this;
 }
 
-// --- Reading ----------------------------------------------------------------------------------------------------
+// --- Reading -----------------------------------------------------------------------------------------------
 
 bool U_AnyTreeWrapper::exists(const U_AnyTreeKey& key) const
 {
@@ -240,7 +242,7 @@ U_AnyTreeWrapper::Keys U_AnyTreeWrapper::split_and_reverse_p(const U_UTF16String
     return steps;
 }
 
-// --- Writing ----------------------------------------------------------------------------------------------------
+// --- Writing -----------------------------------------------------------------------------------------------
 
 // The node at the end of a path; what is missing is made. With less memory than that, nothing is.
 U_AnyTreeWrapper::Tree& U_AnyTreeWrapper::MakePath(const U_UTF16String& key)
@@ -327,7 +329,7 @@ void U_AnyTreeWrapper::erase(const U_AnyTreeKey& key)
     m_tree->erase(key.str());
 }
 
-// --- Visiting ---------------------------------------------------------------------------------------------------
+// --- Visiting ----------------------------------------------------------------------------------------------
 
 void U_AnyTreeWrapper::for_each(const Visitor& visitor, int depth) const
 {

@@ -1,7 +1,7 @@
-// Trees from JSON. The scanner takes the type of a value from the first character of its text and checks nothing else: it
-// reads what the writer wrote. The contract speaks of text that is erased as it is read; here a view moves over the text,
-// which gives the same and takes time in proportion to it. For texts from strangers there is the strict reader, which
-// lets Boost.JSON look at the whole text first.
+// Trees from JSON. The scanner takes the type of a value from the first character of its text and checks
+// nothing else: it reads what the writer wrote. The contract speaks of text that is erased as it is read;
+// here a view moves over the text, which gives the same and takes time in proportion to it. For texts from
+// strangers there is the strict reader, which lets Boost.JSON look at the whole text first.
 #include <algorithm>
 #include <boost/json.hpp>
 #include <optional>
@@ -86,8 +86,8 @@ class U_AnyTreeWrapper::JSONText {
 
     void Drop() { m_text.remove_prefix(std::min<std::size_t>(m_text.size(), 1)); }
 
-    /// The key that comes next, and takes its colon along; empty if no colon comes before a separator does. Every map
-    /// around the place asks again, so a text without a key there is searched once.
+    /// The key that comes next, and takes its colon along; empty if no colon comes before a separator does.
+    /// Every map around the place asks again, so a text without a key there is searched once.
     UTF16View TakeKey()
     {
         if (m_text.data() == m_withoutKey) return {};
@@ -126,8 +126,9 @@ U_UTF16String ParseKey(UTF16View token)
     return Up_AnyFromToken(token).GetAs_Str();
 }
 
-// Wanted: the first character alone decides, so "tomorrow" is true and "nothing" is null. A number goes through a string
-// value, where a bare magic word becomes mixed and then has no number, unless the thread recovers them.
+// Wanted: the first character alone decides, so "tomorrow" is true and "nothing" is null. A number goes
+// through a string value, where a bare magic word becomes mixed and then has no number, unless the thread
+// recovers them.
 U_Any ParseScalar(UTF16View token)
 {
     const unsigned short first = token.empty() ? 0 : token.front();
@@ -157,8 +158,8 @@ class RecoverMagicMixed {
 
 }  // namespace
 
-// Reads the children of one node, whose opening bracket is at the front, up to and with its closing one. `depth` is the
-// node's own level, 1 for the top. A path in a key makes levels too and counts as such.
+// Reads the children of one node, whose opening bracket is at the front, up to and with its closing one.
+// `depth` is the node's own level, 1 for the top. A path in a key makes levels too and counts as such.
 void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
 {
     text.Next();
@@ -167,8 +168,8 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
         U_UTF16String key;
         if (!IsOpening(first)) {
             const View token = inArray ? View() : text.TakeKey();
-            // A map that goes on without a key is at its end, and so is an array at a bracket: this is how an empty one
-            // ends. The bracket is taken along, so that what follows is read.
+            // A map that goes on without a key is at its end, and so is an array at a bracket: this is how an
+            // empty one ends. The bracket is taken along, so that what follows is read.
             if (token.empty() && (!inArray || IsClosing(first))) {
                 if (IsClosing(first)) text.Drop();
                 return;
@@ -216,7 +217,7 @@ void U_AnyTreeWrapper::SetFrom_JSON_HackRecoverMagicMixed(const U_UTF16String& t
     SetFrom_JSON(text);
 }
 
-// --- The strict reader ------------------------------------------------------------------------------------------
+// --- The strict reader -------------------------------------------------------------------------------------
 
 namespace {
 

@@ -1,5 +1,5 @@
-// Colours, points and rectangles as trees, and functions that are lent a child. A structure is a table of child keys and
-// the places of its components.
+// Colours, points and rectangles as trees, and functions that are lent a child. A structure is a table of
+// child keys and the places of its components.
 #include <array>
 
 #include "U_AnyTree.h"
@@ -92,8 +92,8 @@ U_AnyTreeWrapper::Rect U_AnyTreeWrapper::get_child_rect(const U_AnyTreeKey& key)
     return StructureOf<Rect>(get_child_tree(key.str()));
 }
 
-// Of a const tree, a child that is not there is nobody's business; otherwise it is made, and kept once the function is
-// through.
+// Of a const tree, a child that is not there is nobody's business; otherwise it is made, and kept once the
+// function is through.
 template <class Self, class Function>
 void U_AnyTreeWrapper::with_child_tree_p(Self& self, const U_UTF16String& key, Validator validator,
                                          const Function& function)

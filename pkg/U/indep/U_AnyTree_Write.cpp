@@ -1,5 +1,5 @@
-// A tree as JSON. The type of a value is carried by the form of its text alone, so nothing is written that would not be
-// read back as the same type, with the exceptions that the guide lists.
+// A tree as JSON. The type of a value is carried by the form of its text alone, so nothing is written that
+// would not be read back as the same type, with the exceptions that the guide lists.
 #include "U_AnyTree.h"
 #include "Up_Any.h"
 #include "zvkcore/string/Convert.h"
@@ -8,8 +8,8 @@ namespace {
 
 using zvkcore::string::literals::operator""_u16;
 
-// The writer's state for one node. It is the visitor of the node's children and goes down by itself, so for_each never
-// does.
+// The writer's state for one node. It is the visitor of the node's children and goes down by itself, so
+// for_each never does.
 namespace ForEach_CopyToJSON {
 
 class Data {
@@ -51,8 +51,8 @@ class Data {
     }
 
   private:
-    // Wanted: a key is a string value like any other, so one that begins with "mixed-" and is no magic word throws. Only
-    // an "m" can begin such a key; the others need no value.
+    // Wanted: a key is a string value like any other, so one that begins with "mixed-" and is no magic word
+    // throws. Only an "m" can begin such a key; the others need no value.
     void WriteKey(const U_UTF16String& key)
     {
         if (!key.empty() && key.front() == 'm') {

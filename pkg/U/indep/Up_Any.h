@@ -8,12 +8,12 @@
 
 #include "U_Any.h"
 
-/// While true, the number of a mixed value is its stored zero instead of a failure. Set only during a load that asks
-/// for it, so that a load on one thread does not relax the checks on another.
+/// While true, the number of a mixed value is its stored zero instead of a failure. Set only during a load
+/// that asks for it, so that a load on one thread does not relax the checks on another.
 extern thread_local bool g_recover_magic_mixedB;
 
-/// The held value, null if it is of another type. Shared libraries can hold two copies of a type's identity, so types
-/// are compared by name as well, and the cast does not ask again.
+/// The held value, null if it is of another type. Shared libraries can hold two copies of a type's identity,
+/// so types are compared by name as well, and the cast does not ask again.
 template <class T>
 const T* Up_Held(const boost::any& value)
 {

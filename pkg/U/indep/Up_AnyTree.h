@@ -8,9 +8,9 @@
 
 using Up_Tree = boost::property_tree::basic_ptree<U_UTF16String, U_Any>;
 
-// What a node keeps its children in is the property tree's own container, but on recycled memory: each node takes
-// three blocks, with or without children, and most of the time that a tree is read or copied goes to getting them.
-// `subs` is the name the property tree knows its container by; it offers no other way in.
+// What a node keeps its children in is the property tree's own container, but on recycled memory: each node
+// takes three blocks, with or without children, and most of the time that a tree is read or copied goes to
+// getting them. `subs` is the name the property tree knows its container by; it offers no other way in.
 template <>
 struct Up_Tree::subs {
     struct by_name {};

@@ -21,8 +21,8 @@ constexpr bool IsDigit(unsigned short unit)
     return unit >= '0' && unit <= '9';
 }
 
-// The number at the front of a text as plain bytes. It is looked for by hand, since the standard's conversions know
-// words and other bases too, and refuse a plus sign.
+// The number at the front of a text as plain bytes. It is looked for by hand, since the standard's
+// conversions know words and other bases too, and refuse a plus sign.
 class Number {
   public:
     Number(UTF16View text, unsigned int flags)
@@ -87,8 +87,8 @@ class Number {
 
     bool IsNegative() const { return m_digits.front() == '-'; }
 
-    // Of a number that no double holds: whether it is too large rather than too small. Where the exponent itself is
-    // out of range, its sign decides; elsewhere the place of the first digit that counts.
+    // Of a number that no double holds: whether it is too large rather than too small. Where the exponent
+    // itself is out of range, its sign decides; elsewhere the place of the first digit that counts.
     bool IsHuge() const
     {
         const std::size_t e = std::min(m_digits.find_first_of("eE"), m_digits.size());

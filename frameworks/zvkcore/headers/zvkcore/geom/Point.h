@@ -1,7 +1,7 @@
 /// A plain point of two coordinates.
 ///
-/// No unit and no direction of the axes is implied: they are those of whoever hands the point over. The members
-/// lie one behind the other without a gap, so an array of points is an array of coordinates.
+/// No unit and no direction of the axes is implied: they are those of whoever hands the point over. The
+/// members lie one behind the other without a gap, so an array of points is an array of coordinates.
 #ifndef ZVKCORE_GEOM_POINT_H
 #define ZVKCORE_GEOM_POINT_H
 

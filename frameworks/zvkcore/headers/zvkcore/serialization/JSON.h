@@ -1,5 +1,5 @@
-/// JSON string tokens: from a text to its token and back. Trees have a reader and a writer of their own; this is
-/// what they and others use for one string.
+/// JSON string tokens: from a text to its token and back. Trees have a reader and a writer of their own; this
+/// is what they and others use for one string.
 ///
 ///     GetJSONString(boost::any(UTF8String("a\"b"_utf8)), false)      // "a\"b", with its quotes
 ///     JSONParse(u"\"a\\\"b\""_u16)                                   // a shared any that holds a"b
@@ -19,8 +19,8 @@ namespace zvkcore::serialization {
 /// Reads a JSON string token, with white space around it or without.
 ///
 /// returns  a `string::UTF8String` in an any; null for any other text: no token, two tokens, a number, a raw
-///          control character, an escape that is none or half of a surrogate pair. A lone surrogate in the text
-///          itself is U+FFFD in the result
+///          control character, an escape that is none or half of a surrogate pair. A lone surrogate in the
+///          text itself is U+FFFD in the result
 ZVKCORE_EXPORT boost::shared_ptr<boost::any> JSONParse(const string::UTF16String& text);
 
 /// Writes a JSON string token: quotes, and escapes for the quote, the backslash and control characters.

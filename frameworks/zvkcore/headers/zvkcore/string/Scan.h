@@ -13,11 +13,11 @@ enum : unsigned int {
     kScanIgnoreTail = 0x04   ///< something else may stand behind the number
 };
 
-/// Reads a number. One that is too large becomes the largest finite one of its sign, and one that is too small
-/// becomes zero: text never makes an infinity or a NaN.
+/// Reads a number. One that is too large becomes the largest finite one of its sign, and one that is too
+/// small becomes zero: text never makes an infinity or a NaN.
 ///
-/// returns  false, and `out` is 0, where no number begins or, without `kScanIgnoreTail`, where it does not end
-///          the text
+/// returns  false, and `out` is 0, where no number begins or, without `kScanIgnoreTail`, where it does not
+///          end the text
 bool StringToNumber(UTF16View text, double& out, unsigned int flags);
 
 /// The same for an integer. Decimals are cut off; with an exponent the number is read as a double.
