@@ -1,13 +1,15 @@
 #include "QLTest.h"
+#include "TelemetryRecorder.h"
 #include "U_ErrState.h"
-#include "U_Telemetry.h"
 #include "Up_Err.h"
 #include "zvkcore/config/Config.h"
 
 namespace {
 
+using errorstest::Provider;
 using qltest::Text;
 using qltest::Text16;
+using Texts = std::vector<std::string>;
 
 class Supplier : public zvkui::sketchbot::SupplierInterface {};
 
@@ -32,35 +34,6 @@ class Manager : public zvkui::ui::UI_NodeManager {
 
   private:
     UI_NodeManager* m_former;
-};
-
-/// Keeps what is sent, one line a field.
-class Provider : public U::telemetry::U_TelemetryProvider {
-  public:
-    Provider() { U::telemetry::RegisterTelemetryProvider(this); }
-    ~Provider() override { U::telemetry::RegisterTelemetryProvider(nullptr); }
-    bool IsLogging() override { return true; }
-    void LogEvent(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override {}
-    void LogEventWithCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override
-    {
-    }
-    void IncrementEventCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override
-    {
-    }
-    void ClearEventCount(const char*, const char*, const unsigned short*, zvkcore::utility::Guid) override {}
-    void LogEventsWithCount() override {}
-    U::telemetry::DataGroup NewDataGroup(const char* owner, const char* category, const char* subcategory,
-                                         zvkcore::utility::Guid, bool useLogger) override
-    {
-        sent += std::string(owner) + "/" + category + "/" + subcategory + (useLogger ? "!" : "") + "\n";
-        return nullptr;
-    }
-    void AddToGroup(const U::telemetry::DataGroup&, const char* key, const U_UTF8String& value, bool) override
-    {
-        sent += key + std::string("=") + std::string(zvkcore::string::View(value)) + "\n";
-    }
-
-    std::string sent;
 };
 
 class ErrDialog : public qltest::Library {
@@ -156,9 +129,9 @@ TEST_F(ErrDialog, EndsARunningCaptureAndWaitsForABusyManager)
     U_DisplayPostedErrors();
     EXPECT_EQ(Dialogs().size(), 2u);
     // The one that waited was sent when it was first to be shown, and then no more.
-    EXPECT_EQ(provider.sent,
-              "Ql/error/error_v2\nseverity=Warning\nlocalizedMsg=QLTest warning: first\n"
-              "Ql/error/error_v2\nseverity=Warning\nlocalizedMsg=QLTest warning: second\n");
+    EXPECT_EQ(provider.calls,
+              (Texts{"group Ql,error,error_v2", "severity=Warning", "localizedMsg=QLTest warning: first",
+                     "group Ql,error,error_v2", "severity=Warning", "localizedMsg=QLTest warning: second"}));
 }
 
 TEST_F(ErrDialog, SendsTheSeverityAndTheTextWithoutUserData)
@@ -171,18 +144,18 @@ TEST_F(ErrDialog, SendsTheSeverityAndTheTextWithoutUserData)
                            Row{32, ""}, Row{64, ""}, Row{128, "Leak"}}) {
         Provider provider;
         Up_ReportErrorUTF16({}, row.severity, Text16("cannot open \"secret.png\""), 0.0f, false, true);
-        const std::string expected = row.word[0] ? "Ql/error/error_v2\nseverity=" + std::string(row.word) +
-                                                       "\nlocalizedMsg=cannot open \"\"\n"
-                                                 : "";
-        EXPECT_EQ(provider.sent, expected);
+        EXPECT_EQ(provider.calls, row.word[0]
+                                      ? Texts({"group Ql,error,error_v2", std::string("severity=") + row.word,
+                                               "localizedMsg=cannot open \"\""})
+                                      : Texts());
     }
     Provider provider;
     const auto identifier = U_FormUniqueGroupErrorMessageIdentifier(Text16("Many."), Text16("@0 files"),
                                                                     Text16("A file is missing."));
     Up_ReportErrorUTF16({}, U_Sev_WARNING, U_GroupErrorMessage(Text16("detail"), identifier), 0.0f, false,
                         true);
-    EXPECT_NE(provider.sent.find("errDetail=detail\n"), std::string::npos) << provider.sent;
-    EXPECT_NE(provider.sent.find("localizedMsg=A file is missing.\n"), std::string::npos) << provider.sent;
+    EXPECT_EQ(provider.calls, (Texts{"group Ql,error,error_v2", "severity=Warning",
+                                     "localizedMsg=A file is missing.", "errDetail=detail"}));
 }
 
 }  // namespace

@@ -89,64 +89,39 @@ const SeverityRow kSeverities[] = {
     {3, "QLTest invalid severity code: ", "", false, true, true, true},
 };
 
-struct Mode {
-    const char* name;
-    std::function<void()> enter, leave;
-    bool logs, displays, posts;
-};
-
-const Mode kModes[] = {
-    {"normal", [] {}, [] {}, true, true, false},
-    {"quiet", [] { U_StartQuietErrorsOnCurrentThread(0); }, [] { U_EndQuietErrorsOnCurrentThread(); }, false,
-     false, false},
-    {"quiet, logging", [] { U_StartQuietErrorsOnCurrentThread(1); },
-     [] { U_EndQuietErrorsOnCurrentThread(); }, true, false, false},
-    {"posting", [] { U_IncrementPostErrors(); }, [] { U_DecrementPostErrors(); }, true, true, true},
-};
-
-TEST_F(ReportRoad, EverySeverityTakesItsRoadInEveryMode)
+// What quiet errors, masks and posting change in this is the subject of U_ErrState_test.cpp.
+TEST_F(ReportRoad, EverySeverityTakesItsRoad)
 {
-    for (const Mode& mode : kModes) {
-        for (const SeverityRow& row : kSeverities) {
-            SCOPED_TRACE(mode.name + (" " + std::to_string(row.severity)));
-            const bool isFatal = row.severity == U_Sev_FATAL;
-            const bool logs = mode.logs || isFatal;
-            const bool displays = mode.displays || isFatal;
-            // A life of its own, as a fatal report ends it.
-            TearDown();
-            SetUp();
-            Forget();
-            m_log.clear();
-            mode.enter();
-            Up_ReportErrString(0x120003, row.severity, "text");
-            const int posted = U_GetNumPostedErrors();
-            mode.leave();
+    for (const SeverityRow& row : kSeverities) {
+        SCOPED_TRACE(row.severity);
+        // A life of its own, as a fatal report ends it.
+        TearDown();
+        SetUp();
+        Forget();
+        m_log.clear();
+        Up_ReportErrString(0x120003, row.severity, "text");
 
-            const std::string text = row.prefix + std::string("text");
-            EXPECT_EQ(Text(U_ReportFormatError(row.severity, Text16("text"))), text);
-            EXPECT_EQ(Reports().size(), logs && row.heard);
-            if (!Reports().empty()) {
-                EXPECT_EQ(Reports()[0], (qltest::Report{0x120003, row.severity, text}));
-            }
-            ASSERT_EQ(m_log.size(), logs && row.logWord[0] ? 1u + row.crawl : 0u);
-            if (!m_log.empty()) {
-                EXPECT_EQ(m_log[0], "U " + std::string(row.logWord) + " " + text + "\t( 18 :: 3 )\n");
-            }
-            if (m_log.size() > 1) {
-                EXPECT_EQ(m_log[1].rfind("ReportError StackCrawl ", 0), 0u);
-            }
-            EXPECT_EQ(CountedErrors(), displays && row.counted);
-            EXPECT_EQ(Dialogs().size(), displays && row.shown && !mode.posts);
-            EXPECT_EQ(posted, displays && row.shown && mode.posts);
-            EXPECT_EQ(U_IsDeadWithFatalError(), isFatal);
-            U_Severity severity = 0;
-            unsigned location = 0;
-            int error = -1;
-            EXPECT_EQ(Text(U_GetLastError(&severity, &location, &error)), "text");
-            if (displays) {
-                EXPECT_TRUE(severity == row.severity && location == 0x120003 && error == 0);
-            }
+        const std::string text = row.prefix + std::string("text");
+        EXPECT_EQ(Text(U_ReportFormatError(row.severity, Text16("text"))), text);
+        EXPECT_EQ(Reports().size(), row.heard);
+        if (!Reports().empty()) {
+            EXPECT_EQ(Reports()[0], (qltest::Report{0x120003, row.severity, text}));
         }
+        ASSERT_EQ(m_log.size(), row.logWord[0] ? 1u + row.crawl : 0u);
+        if (!m_log.empty()) {
+            EXPECT_EQ(m_log[0], "U " + std::string(row.logWord) + " " + text + "\t( 18 :: 3 )\n");
+        }
+        if (m_log.size() > 1) {
+            EXPECT_EQ(m_log[1].rfind("ReportError StackCrawl ", 0), 0u);
+        }
+        EXPECT_EQ(CountedErrors(), row.counted);
+        EXPECT_EQ(Dialogs().size(), row.shown);
+        EXPECT_EQ(U_IsDeadWithFatalError(), row.severity == U_Sev_FATAL);
+        U_Severity severity = 0;
+        unsigned location = 0;
+        int error = -1;
+        EXPECT_EQ(Text(U_GetLastError(&severity, &location, &error)), "text");
+        EXPECT_TRUE(severity == row.severity && location == 0x120003 && error == 0);
     }
 }
 
@@ -187,24 +162,6 @@ TEST_F(ReportRoad, TheCrawlNamesTheFramesAroundTheReport)
     // The front functions may end in a jump, so only who called them is sure to be there.
     EXPECT_NE(m_log[1].find("TheCrawlNamesTheFramesAroundTheReport"), std::string::npos) << m_log[1];
     EXPECT_LE(m_log[1].size(), 2070u);
-}
-
-TEST_F(ReportRoad, OnlyPlainReportsOfTheUIThreadAreShownAtOnce)
-{
-    const U_UTF16String grouped = U_GroupErrorMessage(
-        Text16("a.png"),
-        U_FormUniqueGroupErrorMessageIdentifier(Text16("Missing."), Text16("@0 files"), Text16("One.")));
-    U_ReportError(0, U_Sev_WARNING, grouped);
-    std::thread([] { U_ReportError(0, U_Sev_WARNING, Text16("from a thread")); }).join();
-    {
-        U_ScErrorDialogAggregation gather(Text16("Problems"), Text16("Warnings"));
-        U_ReportError(0, U_Sev_WARNING, Text16("gathered"));
-    }
-    EXPECT_TRUE(Dialogs().empty());
-    EXPECT_EQ(U_GetNumPostedErrors(), 3);
-    U_ReportError(0, U_Sev_WARNING, Text16("at once"));
-    ASSERT_EQ(Dialogs().size(), 4u);  // what was posted is seen first
-    EXPECT_NE(Dialogs()[3].text.find("at once"), std::string::npos);
 }
 
 // --- Callbacks -------------------------------------------------------------------------------------------

@@ -1,11 +1,15 @@
 #include "U_Telemetry.h"
 
-#include "ErrorsTest.h"
+#include "TelemetryRecorder.h"
 #include "zvkcore/config/UsageLogger.h"
 
 namespace {
 
-using namespace errorstest;
+using errorstest::Bytes;
+using errorstest::Provider;
+using qltest::Text;
+using qltest::Text16;
+using Texts = std::vector<std::string>;
 namespace telemetry = U::telemetry;
 using zvkcore::utility::Guid;
 
@@ -37,47 +41,7 @@ TEST(Telemetry, StripsWhatStandsBetweenQuotes)
     EXPECT_EQ(Text(telemetry::StripQuotedContents(enclosed)), "\"\"");
 }
 
-std::string Bytes(const U_UTF8String& text)
-{
-    return std::string(zvkcore::string::View(text));
-}
-
 const U_UTF8String kValue{zvkcore::string::Units(std::string_view{"v"})};
-
-// Writes down each call with its arguments in order.
-struct Provider final : telemetry::U_TelemetryProvider {
-    Provider() { telemetry::RegisterTelemetryProvider(this); }
-    ~Provider() override { telemetry::RegisterTelemetryProvider(nullptr); }
-
-    bool IsLogging() override { return true; }
-    void LogEvent(const char* c, const char* n, const unsigned short* d, Guid g) override
-    {
-        calls.push_back(std::string("event ") + c + n + (d ? Text(d) : "-") + (g.IsZero() ? "" : " id"));
-    }
-    void LogEventWithCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("counted ") + c + n);
-    }
-    void IncrementEventCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("increment ") + c + n);
-    }
-    void ClearEventCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("clear ") + c + n);
-    }
-    void LogEventsWithCount() override { calls.push_back("all"); }
-    telemetry::DataGroup NewDataGroup(const char* o, const char* c, const char* s, Guid, bool use) override
-    {
-        calls.push_back(std::string("group ") + o + "," + c + "," + s + (use ? ",use" : ""));
-        return {};
-    }
-    void AddToGroup(const telemetry::DataGroup&, const char* key, const U_UTF8String& value, bool) override
-    {
-        calls.push_back(std::string(key) + "=" + Bytes(value));
-    }
-    Texts calls;
-};
 
 TEST(Telemetry, EverythingGoesToTheProvider)
 {
@@ -126,15 +90,6 @@ TEST(Telemetry, WithoutProviderGroupsGoToTheUsageLoggerOnRequest)
         EXPECT_EQ(static_cast<Group&>(*group).fields, (each == id ? Bytes(id.AsUTF8String()) : "") + "kv");
     }
     zvkcore::config::UsageLogger::Set(former);
-}
-
-TEST_F(Errors, SendTelemetryWithoutQuotedNames)
-{
-    Provider provider;
-    U_ReportError(0, U_Sev_WARNING, Text16("cannot open \"secret.exr\""));
-    U_ReportError(0, U_Sev_PLAIN, Text16("plain words are not sent"));
-    EXPECT_EQ(provider.calls, (Texts{"group Ql,error,error_v2", "severity=Warning",
-                                     "localizedMsg=QLTest warning: cannot open \"\""}));
 }
 
 }  // namespace

@@ -120,18 +120,6 @@ TEST(ThreadRoles, OnlyAnAbsentRenderThreadTripsTheAssertion)
     zvkcore::debug::SetSimpleAssertHandler(former);
 }
 
-TEST(ThreadRoles, RegistrationsOnTheStackEndWithTheStack)
-{
-    try {
-        U_RenderThreadRegistration render;
-        U_InterFrameRenderThreadRegistration interFrame;
-        EXPECT_TRUE(U_IsOnRenderThread() && U_IsOnInterFrameRenderThread());
-        throw 1;
-    } catch (int) {
-    }
-    EXPECT_FALSE(U_IsOnRenderThread() || U_IsOnInterFrameRenderThread());
-}
-
 // The new handler asks for the caller's role: running out of memory while registering must not wait for
 // itself.
 using ThreadRolesOfTheBorn = qltest::Library;

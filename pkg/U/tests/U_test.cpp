@@ -195,12 +195,4 @@ TEST(Interact, AnswersWithTheNewestMaskLeft)
     EXPECT_EQ(Up_GetInteract(), 0u);
 }
 
-TEST(RunMode, KeepsTheHostsNumber)
-{
-    EXPECT_EQ(U_GetRunMode(), 0);
-    EXPECT_EQ(U_SetRunMode(-7), -7);
-    EXPECT_EQ(U_GetRunMode(), -7);
-    U_SetRunMode(0);
-}
-
 }  // namespace
