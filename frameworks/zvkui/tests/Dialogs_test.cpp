@@ -99,21 +99,6 @@ TEST_F(Dialogs, KeepTheirPresenterWhileTheyAreOpen)
     EXPECT_EQ(SetPresenter(nullptr), nullptr);
 }
 
-TEST(Nodes, DieWithTheirLastReference)
-{
-    static int s_alive = 0;
-    struct Node : ui::UI_Node {
-        Node() { ++s_alive; }
-        ~Node() override { --s_alive; }
-    };
-    ui::UI_NodePtr first{new Node};
-    ui::UI_NodePtr second = first;
-    first.reset();
-    EXPECT_EQ(s_alive, 1);
-    second.reset();
-    EXPECT_EQ(s_alive, 0);
-}
-
 TEST(Nodes, ManagerThatDiesIsNoLongerInstalled)
 {
     struct Manager : ui::UI_NodeManager {
