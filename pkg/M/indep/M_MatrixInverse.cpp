@@ -187,6 +187,7 @@ Err M_CalcNormalMatrix4Quiet(const M_Matrix4* m, M_Matrix4* out, uint8_t* singul
     }
     const Err err = M_InverseMatrix4Quiet(&linear, out, singular);
     out->Transpose();
+    out->m[3][3] = 1;  // the adjugate of a singular one has the determinant there
     return err;
 }
 

@@ -207,6 +207,7 @@ TEST_F(Matrices, InversesOfSpace)
     EXPECT_TRUE(Reports().empty());
     EXPECT_EQ(M_InverseMatrix4(&m, &m), 0x1107);
     EXPECT_EQ(M_CalcNormalMatrix4(&adjugate, &out), 0x1107);
+    EXPECT_EQ(out.m[3][3], 1);  // identity outside the upper 3 by 3, for a singular one too
     ASSERT_EQ(Reports().size(), 2u);
     EXPECT_EQ(Reports()[0],
               (qltest::Report{0x11002D, U_Sev_PROBLEM, "QLTest error: unable to invert matrix."}));
