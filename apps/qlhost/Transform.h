@@ -27,7 +27,9 @@ using Transform = std::vector<TransformStep>;
 /// line what is wrong with which step.
 std::optional<Transform> ParseTransform(std::string_view text, std::string& why);
 
-/// The steps in their order, as one matrix on the pixels of a frame of this size. It has an inverse.
+/// The steps in their order, as one matrix on the pixels of a frame of this size. It has an inverse, unless
+/// turns between steps that stretch by more than 1e8 in all let rounding flatten it: the redrawn frame means
+/// nothing then.
 M_Matrix3 MatrixOf(const Transform& transform, const PngSize& size);
 
 /// The frame as the matrix moves its pixels, on black, in a new frame of the same size. Null when memory is
