@@ -3,12 +3,15 @@
 #include "MVp_Edge.h"
 #include "MVp_Suites.h"
 #include "U_Err.h"
+#include "U_SubString.h"
 #include "U_TrySection.h"
+#include "U_ZString.h"
 #include "zvkcore/string/Convert.h"
 
 namespace {
 
-constexpr unsigned kExceptionLocation = 0x4d560001;
+// Where its report says it comes from: the plug-in host, behind its files and its folders.
+constexpr unsigned kExceptionLocation = 0x000A0003;
 
 void WriteHead(MVPlugin* plugin, MVMessageData* data)
 {
@@ -46,8 +49,10 @@ class CallScope {
 Err ReportThrown(int code)
 {
     mvDebug("an error code left a plug-in as an exception: %d", code);
-    const std::string text = "A plug-in let the error code " + std::to_string(code) + " out as an exception.";
-    U_ReportError(kExceptionLocation, U_Sev_WARNING, zvkcore::string::UTF8to16(text));
+    const auto words =
+        U_ZStringToUTF16String("$$$/QL/MV/ThrownCode=A plug-in let the error code ^1 out as an exception.");
+    const auto number = zvkcore::string::UTF8to16(std::to_string(code));
+    U_ReportError(kExceptionLocation, U_Sev_WARNING, U_SubString16(words, number));
     return code != 0 ? code : U_Err_UNKNOWN;
 }
 
