@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 
 #include "FailingAllocator.h"
 #include "MemoryFixture.h"
@@ -15,13 +16,7 @@ using qltest::kMiB;
 
 class Front : public qltest::Memory {};
 
-// Every way to ask for memory, as a function of a size; each gives back what it got.
-struct Way {
-    const char* name;
-    bool reports;
-    bool clears;
-    bool (*ask)(uint64_t size, bool* cleared);
-};
+constexpr unsigned kCode = 0x120007;
 
 bool IsZero(const char* bytes, uint64_t size)
 {
@@ -29,48 +24,35 @@ bool IsZero(const char* bytes, uint64_t size)
            (bytes[0] == 0 && bytes[size - 1] == 0 && std::memcmp(bytes, bytes + 1, size - 1) == 0);
 }
 
-template <class Make>
-bool AskPtr(Make make, uint64_t size, bool* cleared)
-{
-    void* block = make(size);
-    if (block && cleared) *cleared = IsZero(static_cast<char*>(block), size);
-    U_FreePtr(block);
-    return block != nullptr;
-}
+// Every way to ask for memory: of a pointer, or of a handle.
+struct Way {
+    const char* name;
+    bool reports, clears;
+    std::function<void*(uint64_t)> makePtr;
+    std::function<char**(uint64_t)> makeHandle = nullptr;
 
-template <class Make>
-bool AskHandle(Make make, uint64_t size, bool* cleared)
-{
-    char** handle = make(size);
-    if (handle && cleared) *cleared = IsZero(*handle, size);
-    U_FreeHandle(handle);
-    return handle != nullptr;
-}
-
-constexpr unsigned kCode = 0x120007;
+    // Gives back what it got; says whether it got it, and whether that was clear.
+    bool Ask(uint64_t size, bool* cleared) const
+    {
+        void* block = makePtr ? makePtr(size) : nullptr;
+        char** handle = makeHandle ? makeHandle(size) : nullptr;
+        const bool got = block || handle;
+        if (got && cleared) *cleared = IsZero(handle ? *handle : static_cast<char*>(block), size);
+        U_FreePtr(block);
+        U_FreeHandle(handle);
+        return got;
+    }
+};
 
 const Way kWays[] = {
-    {"Ptr", true, false,
-     [](uint64_t n, bool* c) {
-         return AskPtr([](uint64_t s) { return U_AllocatePtr(kCode, "frame", s); }, n, c);
-     }},
-    {"PtrQuiet", false, false, [](uint64_t n, bool* c) { return AskPtr(U_AllocatePtrQuiet, n, c); }},
-    {"PtrClear", true, true,
-     [](uint64_t n, bool* c) {
-         return AskPtr([](uint64_t s) { return U_AllocatePtrClear(kCode, "frame", s); }, n, c);
-     }},
-    {"PtrClearQuiet", false, true, [](uint64_t n, bool* c) { return AskPtr(U_AllocatePtrClearQuiet, n, c); }},
-    {"Handle", true, false,
-     [](uint64_t n, bool* c) {
-         return AskHandle([](uint64_t s) { return U_AllocateHandle(kCode, "frame", s); }, n, c);
-     }},
-    {"HandleQuiet", false, false, [](uint64_t n, bool* c) { return AskHandle(U_AllocateHandleQuiet, n, c); }},
-    {"HandleClear", true, true,
-     [](uint64_t n, bool* c) {
-         return AskHandle([](uint64_t s) { return U_AllocateHandleClear(kCode, "frame", s); }, n, c);
-     }},
-    {"HandleClearQuiet", false, true,
-     [](uint64_t n, bool* c) { return AskHandle(U_AllocateHandleClearQuiet, n, c); }},
+    {"Ptr", true, false, std::bind_front(U_AllocatePtr, kCode, "frame")},
+    {"PtrQuiet", false, false, U_AllocatePtrQuiet},
+    {"PtrClear", true, true, std::bind_front(U_AllocatePtrClear, kCode, "frame")},
+    {"PtrClearQuiet", false, true, U_AllocatePtrClearQuiet},
+    {"Handle", true, false, nullptr, std::bind_front(U_AllocateHandle, kCode, "frame")},
+    {"HandleQuiet", false, false, nullptr, U_AllocateHandleQuiet},
+    {"HandleClear", true, true, nullptr, std::bind_front(U_AllocateHandleClear, kCode, "frame")},
+    {"HandleClearQuiet", false, true, nullptr, U_AllocateHandleClearQuiet},
 };
 
 TEST_F(Front, PurgesFrom32KiBUp)
@@ -90,7 +72,7 @@ TEST_F(Front, PurgesFrom32KiBUp)
             U_FreePtr(dirty);
             purges = 0;
             bool cleared = false;
-            EXPECT_TRUE(way.ask(size, &cleared));
+            EXPECT_TRUE(way.Ask(size, &cleared));
             EXPECT_TRUE(cleared || !way.clears);
             EXPECT_EQ(purges, size >= 32768 ? 1 : 0) << "a purge that frees nothing is asked for once";
         }
@@ -108,7 +90,7 @@ TEST_F(Front, FailsInItsWay)
             {
                 FailingAllocator failing(1, FailingAllocator::kFromThereOn);
                 failing.OnlyFrom(size);
-                got = way.ask(size, nullptr);
+                got = way.Ask(size, nullptr);
                 EXPECT_EQ(failing.Failed(), size < 32768 ? 1u : 2u) << "one more attempt behind the first";
             }
             EXPECT_FALSE(got);
@@ -119,11 +101,11 @@ TEST_F(Front, FailsInItsWay)
         FailingAllocator failing(1, FailingAllocator::kFromThereOn);
         failing.OnlyFrom(kGiB);
         for (const uint64_t size : {uint64_t{1} << 31, uint64_t{1} << 63, UINT64_MAX}) {
-            EXPECT_FALSE(way.ask(size, nullptr));
+            EXPECT_FALSE(way.Ask(size, nullptr));
             EXPECT_EQ(failing.Count(), 0u);
         }
         EXPECT_EQ(Reports().size(), way.reports ? 3u : 0u);
-        EXPECT_FALSE(way.ask((uint64_t{1} << 31) - 1, nullptr));
+        EXPECT_FALSE(way.Ask((uint64_t{1} << 31) - 1, nullptr));
         EXPECT_EQ(failing.Count(), 2u);
     }
 }
@@ -221,12 +203,7 @@ TEST_F(Front, ResizesAndDuplicatesHandles)
             EXPECT_EQ(duplicate(handle, "x", &copy), 0);
             ASSERT_NE(copy, nullptr);
             EXPECT_NE(copy, handle);
-            if (size != 0) {
-                EXPECT_STREQ(*copy, "123456789");
-            }
-            if (size == 0) {
-                EXPECT_EQ(*copy, nullptr);
-            }
+            EXPECT_STREQ(*copy, size == 0 ? nullptr : "123456789");
             U_FreeHandle(copy);
             {
                 FailingAllocator failing(1, FailingAllocator::kFromThereOn);
