@@ -3,7 +3,6 @@
 #include "FailingAllocator.h"
 #include "QLTest.h"
 #include "TextSamples.h"
-#include "Up_SubString.h"
 
 namespace {
 
@@ -149,17 +148,6 @@ TEST(SubString, CutsOnACharacter)
         U_SubString(out, limit, "^1", "\xE3\x81\x82\xE3\x81\x84");
         EXPECT_EQ(std::strlen(out), std::min((limit - 1) / 3 * 3, 6u)) << limit;
     }
-}
-
-TEST(SubString, LooksForTagsInBothTexts)
-{
-    size_t position = 7;
-    EXPECT_TRUE(Up_InBothStrings(u"^L1"_u16, u"a^L1"_u16, u"^L1^L1"_u16, &position));
-    EXPECT_EQ(position, 0u);
-    EXPECT_FALSE(Up_InBothStrings(u"^1"_u16, u"a"_u16, u"^1"_u16, &position));
-    EXPECT_EQ(position, static_cast<size_t>(-1));
-    EXPECT_FALSE(Up_InBothStrings(u"^1"_u16, u"^1"_u16, u"a"_u16, &position));
-    EXPECT_EQ(position, static_cast<size_t>(-1));
 }
 
 TEST(SubString, SurvivesEveryFailedAllocation)
