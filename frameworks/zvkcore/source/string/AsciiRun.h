@@ -110,23 +110,45 @@ inline std::uint64_t OthersAmongEight(const unsigned short* at) noexcept
     return (first | second) & 0xFF80FF80FF80FF80;
 }
 
-// Whether a whole text is ASCII. It is looked at in strides, so that a text that is not is left early, and of the
-// last stride the last eight characters may be looked at twice.
+inline constexpr std::size_t kAsciiStride = 32;
+
+// Whether something among 32 characters is not ASCII.
+template <class Unit>
+inline bool AnyOtherInStride(const Unit* at) noexcept
+{
+#if defined(__SSE2__)
+    constexpr std::size_t kVectors = kAsciiStride * sizeof(Unit) / sizeof(__m128i);
+    const auto* const vectors = reinterpret_cast<const __m128i*>(at);
+    __m128i all = _mm_loadu_si128(vectors);
+    for (std::size_t i = 1; i < kVectors; ++i) all = _mm_or_si128(all, _mm_loadu_si128(vectors + i));
+    const __m128i others = sizeof(Unit) == 1 ? _mm_set1_epi8('\x80') : _mm_set1_epi16('\x80');
+    const __m128i ascii = _mm_cmpeq_epi8(_mm_and_si128(all, others), _mm_setzero_si128());
+    return _mm_movemask_epi8(ascii) != 0xFFFF;
+#else
+    std::uint64_t others = 0;
+    for (std::size_t i = 0; i < kAsciiStride; i += 8) others |= OthersAmongEight(at + i);
+    return others != 0;
+#endif
+}
+
+// Whether a whole text is ASCII. One that is not is left early; the last eight characters may be looked at twice.
 template <class Unit>
 inline bool IsAscii(const Unit* text, std::size_t size) noexcept
 {
-    constexpr std::size_t kStride = 32;
-    std::uint64_t others = 0;
     if (size < 8) {
+        unsigned int others = 0;
         for (std::size_t i = 0; i < size; ++i) others |= text[i];
         return others < 0x80;
     }
-    const std::size_t last = size - 8;
-    for (std::size_t at = 0; at < last && others == 0;) {
-        const std::size_t stop = at + kStride < last ? at + kStride : last;
-        for (; at < stop; at += 8) others |= OthersAmongEight(text + at);
+    std::size_t at = 0;
+    for (; size - at >= kAsciiStride; at += kAsciiStride) {
+        if (AnyOtherInStride(text + at)) return false;
     }
-    return (others | OthersAmongEight(text + last)) == 0;
+    const std::size_t last = size - 8;
+    for (; at < last; at += 8) {
+        if (OthersAmongEight(text + at) != 0) return false;
+    }
+    return OthersAmongEight(text + last) == 0;
 }
 
 }  // namespace zvkcore::string
