@@ -27,9 +27,11 @@ boost::shared_ptr<Value> CacheIndex::Find(zvkcore::utility::Guid identity, long 
 
 void CacheIndex::Store(zvkcore::utility::Guid identity, long long key, boost::shared_ptr<Value> value, float)
 {
-    auto& values = m_values[identity];
-    if (!values) values.reset(new Values);
-    values->byKey[key] = std::move(value);
+    auto values = m_values.find(identity);
+    if (values == m_values.end()) {
+        values = m_values.emplace(identity, boost::shared_ptr<Values>(new Values)).first;
+    }
+    values->second->byKey[key] = std::move(value);
 }
 
 boost::shared_ptr<Value> CacheIndex::Delete(zvkcore::utility::Guid identity, long long key)

@@ -22,8 +22,9 @@ void Factory<Product>::Register(Creator<Product>* creator, const Properties& pro
                                "creator != nullptr", "");
     }
     const Scope lock{m_mutex};
-    if (defaultName.empty()) defaultName = properties.name;
+    U_UTF8String name = defaultName.empty() ? properties.name : defaultName;
     creators.try_emplace(properties.name, Record{creator, properties});
+    defaultName.swap(name);
 }
 
 template <class Product>
