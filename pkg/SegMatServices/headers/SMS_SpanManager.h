@@ -207,7 +207,8 @@ class U_EXPORT SpanManager {
     // --- Freezing and retaining --------------------------------------------------------------------------------
 
     /// Goes to a mode. Normal forgets everything that is stored. Frozen ends a freeze: it notes the time, and of
-    /// the stored frames keeps those that were finished.
+    /// the frozen frames keeps those that were finished since the last one ended. Do not go there from Frozen, or
+    /// with a manager that was read frozen: nothing was finished since, so nothing is kept.
     void SetRenderingMode(RenderingMode mode);
     RenderingMode GetRenderingMode() const noexcept { return renderingMode; }
 

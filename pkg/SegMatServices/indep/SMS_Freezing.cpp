@@ -51,6 +51,8 @@ bool ShowOverInput(RenderFrameData& data, const FrozenResultCache& store, FrameI
     return false;
 }
 
+// Wanted: every end of a freeze keeps only what was finished since the last one, so an end without a freeze before it
+// keeps nothing.
 void SpanManager::SetRenderingMode(RenderingMode mode)
 {
     if (mode == RenderingMode_Normal) {

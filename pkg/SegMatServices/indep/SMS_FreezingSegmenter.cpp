@@ -27,7 +27,9 @@ Segmenter* FreezingSegmenter::Clone()
 int FreezingSegmenter::GetValidCachedFrameArray(RenderFrameData& data, boost::shared_array<int>& frames,
                                                 int first, int last)
 {
-    return wrapped ? wrapped->GetValidCachedFrameArray(data, frames, first, last) : 0;
+    if (wrapped) return wrapped->GetValidCachedFrameArray(data, frames, first, last);
+    frames.reset();
+    return 0;
 }
 
 boost::shared_ptr<std::set<int>> FreezingSegmenter::GetValidCachedFrameSet(RenderFrameData& data)

@@ -120,6 +120,8 @@ TEST_F(Freezing, ServesWhatWasFrozen)
     m_host.stroke = true;
     EXPECT_EQ(Pixel(1), 1);  // a stroke wants a fresh render
     m_host.stroke = false;
+    m_spans.SetRenderingMode(kFrozen);  // the end of no freeze keeps nothing
+    EXPECT_TRUE(Store().frozenSegmentation.empty());
 
     m_spans.ClearFrozenFrames();
     EXPECT_EQ(Store().width, 0);
