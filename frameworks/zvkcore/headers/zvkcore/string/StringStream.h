@@ -11,9 +11,11 @@
 #ifndef ZVKCORE_STRING_STRINGSTREAM_H
 #define ZVKCORE_STRING_STRINGSTREAM_H
 
+#include <algorithm>
 #include <charconv>
 #include <concepts>
 #include <string_view>
+#include <utility>
 
 #include "zvkcore/string/UTFString.h"
 
