@@ -4,18 +4,19 @@
 ///     tessaly::zip_compressor{stored}(view);      // one deflate stream of width times height bytes
 ///     tessaly::zip_decompressor{stored}(output);  // the same size, any pixel form
 ///
-/// A matte has one byte a pixel, row by row from the top, without padding. Of colour, interleaved or planar, the
-/// first channel is read and written; the others stay as they are.
+/// A matte has one byte a pixel, row by row from the top, without padding. Of colour, interleaved or planar,
+/// the first channel is read and written; the others stay as they are.
 ///
 ///   channel        byte of a value v                          value of a byte b
 ///   8 bits         v                                          b
 ///   15 bits        (v * 255 + 16384) >> 15                    (b * 32768 + b * 128 + 128) >> 8
 ///   float          v * 255 + 0.5, cut to 0..255, truncated    b / 255
 ///
-/// Going out and coming back keeps every byte. A value of 15 bits above 32768 counts as 32768, and a float that
-/// is no number as 0.
+/// Going out and coming back keeps every byte. A value of 15 bits above 32768 counts as 32768, and a float
+/// that is no number as 0.
 ///
-/// Threads: any; nothing here has state. A view without pixels is accepted everywhere, and then nothing happens.
+/// Threads: any; nothing here has state. A view without pixels is accepted everywhere, and then nothing
+/// happens.
 #ifndef SMS_PIXELS_H
 #define SMS_PIXELS_H
 
@@ -67,8 +68,8 @@ class U_EXPORT zip_decompressor {
 ///
 /// An axis that shrinks averages: a pixel becomes the mean of the stretch of the source that it covers, edge
 /// pixels counted by the part covered. An axis that grows interpolates between the two nearest pixel centres,
-/// and repeats the edge. An axis of the same size is copied. The mean of a matte is kept where it shrinks, a flat
-/// one stays flat, and the same size gives the same bytes. Results are rounded to the nearest byte.
+/// and repeats the edge. An axis of the same size is copied. The mean of a matte is kept where it shrinks, a
+/// flat one stays flat, and the same size gives the same bytes. Results are rounded to the nearest byte.
 class U_EXPORT view_resizer {
   public:
     /// Nothing happens if either view has no pixels.

@@ -1,13 +1,14 @@
-/// The frames that a user stroked by hand, and the spans of frames over which each of those strokes is propagated.
+/// The frames that a user stroked by hand, and the spans of frames over which each of those strokes is
+/// propagated.
 ///
 ///              backward 3            forward 5
 ///          [ 8     9    (10)]   [(10)   11    12    13    14 ]
 ///     local  2     1      0        0     1     2     3     4
 ///
-/// A frame with strokes is a manual frame. A span reaches backward from it and another forward; each counts its
-/// duration from the manual frame on, that frame included, and owns one `Segmenter` and one `Matter` of the
-/// plug-in. A duration of 0 is no span in that direction. To render a frame the manager finds the span that
-/// covers it. It can freeze what was rendered, serve it again, and put everything into one text.
+/// A frame with strokes is a manual frame. A span reaches backward from it and another forward; each counts
+/// its duration from the manual frame on, that frame included, and owns one `Segmenter` and one `Matter` of
+/// the plug-in. A duration of 0 is no span in that direction. To render a frame the manager finds the span
+/// that covers it. It can freeze what was rendered, serve it again, and put everything into one text.
 ///
 ///     tessaly::SpanManager spans{guid, true, "My Segmenter"_utf8, {1001, 30000}};
 ///     spans.SetManualFrame(10, 3, 5);
@@ -15,8 +16,8 @@
 ///     U_UTF8String text = spans.SerializeToXMLSnippet();
 ///     tessaly::SpanManager again{guid, false, text, {1001, 30000}};
 ///
-/// Ground rules. Frames are numbers of the clip and may be negative. Whatever makes span objects throws through
-/// `zvkcore::config::ThrowError` if the plug-in is missing.
+/// Ground rules. Frames are numbers of the clip and may be negative. Whatever makes span objects throws
+/// through `zvkcore::config::ThrowError` if the plug-in is missing.
 ///
 /// Threads. The class takes no lock: its owner serialises changes and queries. A `SingleSpan` is a copy that
 /// shares the objects of its span, so a render that holds one survives whatever happens to the manual frame.
@@ -110,8 +111,8 @@ class U_EXPORT SpanManager {
     /// guid           its identity, part of the identities of all its segmenters
     /// isName         true: `text` is the name of the segmenter; false: `text` is a `SerializeToXMLSnippet`
     /// frameDuration  seconds of one frame; a text brings its own
-    /// throws         for a text: `boost::bad_rational` on a zero denominator, and what making spans throws. Any
-    ///                other fault raises an assertion and shows in `GetTextFault`; what was read is kept
+    /// throws         for a text: `boost::bad_rational` on a zero denominator, and what making spans throws.
+    ///                Any other fault raises an assertion and shows in `GetTextFault`; what was read is kept
     SpanManager(const zvkcore::utility::Guid& guid, bool isName, const U_UTF8String& text,
                 const boost::rational<int>& frameDuration);
     SpanManager(const SpanManager&) = delete;
@@ -134,10 +135,10 @@ class U_EXPORT SpanManager {
     /// What was wrong first with the text that it was made of.
     TextFault GetTextFault() const noexcept { return m_textFault; }
 
-    // --- Manual frames ---------------------------------------------------------------------------------------
+    // --- Manual frames -------------------------------------------------------------------------------------
 
-    /// Adds a manual frame with its spans. One that is there already stays as it is; to change its durations use
-    /// `SetSpanDuration`.
+    /// Adds a manual frame with its spans. One that is there already stays as it is; to change its durations
+    /// use `SetSpanDuration`.
     void SetManualFrame(FrameIndex frame, FrameCount backward, FrameCount forward);
     void ClearManualFrame(FrameIndex frame);
     /// Whether it is a manual frame, whatever its durations.
@@ -152,11 +153,11 @@ class U_EXPORT SpanManager {
     std::vector<SpanInfo> GetSpanInfo() const;
     const SpanMap& GetSpans() const noexcept { return i_spans_map; }
 
-    // --- Spans -----------------------------------------------------------------------------------------------
+    // --- Spans ---------------------------------------------------------------------------------------------
     //
-    // A span covers a frame if it reaches it and no other manual frame lies between: a span that is longer than
-    // the way to the next manual frame covers nothing behind that one. On a manual frame only its own durations
-    // count. Forward and backward spans of neighbours may cover the same frame.
+    // A span covers a frame if it reaches it and no other manual frame lies between: a span that is longer
+    // than the way to the next manual frame covers nothing behind that one. On a manual frame only its own
+    // durations count. Forward and backward spans of neighbours may cover the same frame.
 
     /// The entry whose span in that direction covers the frame, or `GetSpans().end()`.
     SpanMap::const_iterator GetActiveSpanRef(FrameIndex frame, SpanDirection direction) const;
@@ -168,15 +169,15 @@ class U_EXPORT SpanManager {
     /// The manual frame of the covering span. Raises an assertion and returns 0 where there is none.
     FrameIndex GetActiveManualFrameIndex(FrameIndex frame, SpanDirection direction) const;
 
-    /// Changes the duration of the covering span and returns the former one. Where nothing covers the frame it
-    /// changes nothing and returns 0.
+    /// Changes the duration of the covering span and returns the former one. Where nothing covers the frame
+    /// it changes nothing and returns 0.
     FrameCount SetSpanDuration(FrameIndex frame, SpanDirection direction, FrameCount duration);
     /// The duration of the covering span, 0 where there is none.
     FrameCount GetSpanDuration(FrameIndex frame, SpanDirection direction) const;
 
-    /// The duration with which the covering span would reach `extension` frames past the frame. It stops flush
-    /// with the opposite span of the next manual frame, and is never less than the present duration. Where
-    /// nothing covers the frame it raises an assertion and returns 1.
+    /// The duration with which the covering span would reach `extension` frames past the frame. It stops
+    /// flush with the opposite span of the next manual frame, and is never less than the present duration.
+    /// Where nothing covers the frame it raises an assertion and returns 1.
     FrameCount CalcActiveRangeExtension(FrameIndex frame, SpanDirection direction,
                                         FrameCount extension) const;
 
@@ -185,10 +186,10 @@ class U_EXPORT SpanManager {
     /// A matter of the plug-in; empty if what the plug-in makes is none.
     boost::shared_ptr<Matter> CreateMatter(const zvkcore::utility::Guid& identity);
 
-    // --- Rendering -------------------------------------------------------------------------------------------
+    // --- Rendering -----------------------------------------------------------------------------------------
 
-    /// Renders the current frame of `data` through the span that covers it, a forward one first. Without one, a
-    /// stroke that is being drawn is rendered by a segmenter of its own.
+    /// Renders the current frame of `data` through the span that covers it, a forward one first. Without one,
+    /// a stroke that is being drawn is rendered by a segmenter of its own.
     ///
     /// returns  false if neither was there, and nothing was rendered
     /// throws   what the segmenter throws
@@ -204,11 +205,11 @@ class U_EXPORT SpanManager {
     /// start, end  not consulted
     void GetValidCachedFrameSet(bool force, RenderFrameData& data, std::set<int>& frames, int start, int end);
 
-    // --- Freezing and retaining --------------------------------------------------------------------------------
+    // --- Freezing and retaining ----------------------------------------------------------------------------
 
-    /// Goes to a mode. Normal forgets everything that is stored. Frozen ends a freeze: it notes the time, and of
-    /// the frozen frames keeps those that were finished since the last one ended. Do not go there from Frozen, or
-    /// with a manager that was read frozen: nothing was finished since, so nothing is kept.
+    /// Goes to a mode. Normal forgets everything that is stored. Frozen ends a freeze: it notes the time, and
+    /// of the frozen frames keeps those that were finished since the last one ended. Do not go there from
+    /// Frozen, or with a manager that was read frozen: nothing was finished since, so nothing is kept.
     void SetRenderingMode(RenderingMode mode);
     RenderingMode GetRenderingMode() const noexcept { return renderingMode; }
 
@@ -218,15 +219,15 @@ class U_EXPORT SpanManager {
     /// When the last freeze ended, UTC; not-a-date-time if none has.
     boost::posix_time::ptime GetFreezingDateTime() const;
 
-    /// Adds to `frames` the frozen frames from `start` up to but not including `end`; while a freeze runs, those
-    /// that it has finished.
+    /// Adds to `frames` the frozen frames from `start` up to but not including `end`; while a freeze runs,
+    /// those that it has finished.
     void GetFrozenFrameSet(RenderFrameData& data, std::set<int>& frames, int start, int end) const;
 
     /// Shows a stored frame in an output, or the input image if the frame is not stored.
     bool FrozenRender(RenderFrameData& data, FrameIndex frame, OutputIndex index);
 
-    /// Compresses a view and stores it under a frame, in the place of a former one. The first one stored fixes
-    /// the size to that of the input.
+    /// Compresses a view and stores it under a frame, in the place of a former one. The first one stored
+    /// fixes the size to that of the input.
     void AddViewToMap(RenderFrameData& data, FrameIndex frame, FrozenResultCache::Frames& map,
                       const AnyImageView& view);
 
@@ -237,10 +238,10 @@ class U_EXPORT SpanManager {
     /// The store. A copy of the pointer survives its replacement.
     const boost::shared_ptr<FrozenResultCache>& GetFrozenData() const noexcept { return frozenData; }
 
-    // --- Text and inspection -----------------------------------------------------------------------------------
+    // --- Text and inspection -------------------------------------------------------------------------------
 
-    /// Everything that lasts: name, spans, mode, frame duration and frozen frames. Span objects, the retain range
-    /// and what it keeps, and the identity are not part of it.
+    /// Everything that lasts: name, spans, mode, frame duration and frozen frames. Span objects, the retain
+    /// range and what it keeps, and the identity are not part of it.
     U_UTF8String SerializeToXMLSnippet() const;
 
     /// Prints the manual frames to the standard output.

@@ -1,5 +1,6 @@
-/// Where a host and a segmentation plug-in meet: the factory of segmenters, the interfaces that they implement,
-/// the view of the clip that they render from, the callbacks of the host, and a keyed cache of computed values.
+/// Where a host and a segmentation plug-in meet: the factory of segmenters, the interfaces that they
+/// implement, the view of the clip that they render from, the callbacks of the host, and a keyed cache of
+/// computed values.
 ///
 /// The algorithms live in plug-ins; the frames that a user stroked and the spans around them live in
 /// `SpanManager` (SMS_SpanManager.h). A plug-in, when it is started:
@@ -11,14 +12,14 @@
 ///     tessaly::RegisterCreator<tessaly::Segmenter>(&g_maker, properties);
 ///
 /// Ground rules. Frames are numbered in the numbering of the object on which an operation is called: what a
-/// segmenter is told is local to its span, where frame 0 is the frame with strokes and numbers rise as the span
-/// reaches away from it. Pointers are not null unless that is said, and shared ones may be kept. Whatever an
-/// implementation throws passes through the library unchanged. The order of virtual operations is part of the
-/// binary interface: they stay where they are, and new ones go behind the last.
+/// segmenter is told is local to its span, where frame 0 is the frame with strokes and numbers rise as the
+/// span reaches away from it. Pointers are not null unless that is said, and shared ones may be kept.
+/// Whatever an implementation throws passes through the library unchanged. The order of virtual operations is
+/// part of the binary interface: they stay where they are, and new ones go behind the last.
 ///
-/// Threads. A render calls the objects of one span on one thread at a time. The factory, the callbacks and the
-/// global cache index may be used on any thread; the callbacks are replaced without a lock, so replace them
-/// while nothing renders.
+/// Threads. A render calls the objects of one span on one thread at a time. The factory, the callbacks and
+/// the global cache index may be used on any thread; the callbacks are replaced without a lock, so replace
+/// them while nothing renders.
 #ifndef SEGMATSERVICES_H
 #define SEGMATSERVICES_H
 
@@ -62,8 +63,8 @@ using GrayFloatView = boost::gil::gray32f_view_t;
 using RgbaFloatPlanarView = boost::gil::rgba32f_planar_view_t;
 
 /// A view of pixels in any form in which a host keeps them: 8 bits, 15 bits or floats from 0 to 1, each as
-/// interleaved colour, gray, or planar colour. It does not own the pixels. One made without a view is the first
-/// alternative with no pixels. Of colour, a matte is read from the first channel.
+/// interleaved colour, gray, or planar colour. It does not own the pixels. One made without a view is the
+/// first alternative with no pixels. Of colour, a matte is read from the first channel.
 using AnyImageView =
     boost::gil::any_image_view<Rgba8View, Gray8View, Rgba8PlanarView, Rgba15View, Gray15View,
                                Rgba15PlanarView, RgbaFloatView, GrayFloatView, RgbaFloatPlanarView>;
@@ -81,7 +82,7 @@ class U_EXPORT CheckoutReceipt {
     virtual AnyImageView GetView() const = 0;
 };
 
-// --- What a render is told -----------------------------------------------------------------------------------
+// --- What a render is told ---------------------------------------------------------------------------------
 
 /// The clip as it comes in.
 struct InputSequenceInfo {
@@ -160,7 +161,8 @@ class U_EXPORT RenderFrameData {
 
     /// Whether there are such strokes from one frame to the other, both included. The two may descend.
     virtual bool HasStrokesInTimeRange(StrokeType type, int first, int last) const = 0;
-    /// An identity of all parameter values of `count` frames from `start` on: the same values, the same identity.
+    /// An identity of all parameter values of `count` frames from `start` on: the same values, the same
+    /// identity.
     virtual zvkcore::utility::Guid GetCurrentParamState(int start, unsigned int count) const = 0;
     /// The identity under which propagated results are kept.
     virtual zvkcore::utility::Guid GetPropagationCacheGuid() const = 0;
@@ -188,7 +190,8 @@ class U_EXPORT RenderFrameData {
     /// Whether the result of a frame is to be kept although the host asked for another one.
     virtual bool FrameIsInRetainRangeForSingleHostRender(int frame) const = 0;
     virtual int LocalToGlobalFrameIndex(int frame) const = 0;
-    /// The first and last frame to be kept, in the numbering of the clip; `kNoRetainedFrame` if there is none.
+    /// The first and last frame to be kept, in the numbering of the clip; `kNoRetainedFrame` if there is
+    /// none.
     virtual int GlobalRetainCacheHintStartFrame() const = 0;
     virtual int GlobalRetainCacheHintEndFrame() const = 0;
     /// Keeps the pixels of a frame if it is to be kept. `index` says which output they are.
@@ -202,7 +205,7 @@ class U_EXPORT CrossRenderCache {
     virtual ~CrossRenderCache();
 };
 
-// --- What a plug-in implements -------------------------------------------------------------------------------
+// --- What a plug-in implements -----------------------------------------------------------------------------
 
 class U_EXPORT SegMatBase {
   public:
@@ -217,8 +220,8 @@ class U_EXPORT Segmenter : public SegMatBase {
     /// A new object of the same kind, which the caller owns.
     virtual Segmenter* Clone() = 0;
 
-    /// Fills `frames` with the frames from `first` to `last` whose results are valid in the cache, and returns how
-    /// many; empties it for none.
+    /// Fills `frames` with the frames from `first` to `last` whose results are valid in the cache, and
+    /// returns how many; empties it for none.
     virtual int GetValidCachedFrameArray(RenderFrameData& data, boost::shared_array<int>& frames, int first,
                                          int last) = 0;
     /// The valid frames as they were last known, which costs nothing. The caller may write to the set.
@@ -254,7 +257,7 @@ class U_EXPORT Matter : public Segmenter {
     ~Matter() override;
 };
 
-// --- The factory ---------------------------------------------------------------------------------------------
+// --- The factory -------------------------------------------------------------------------------------------
 
 /// Makes products of one kind; a plug-in implements it.
 template <class Product>
@@ -265,8 +268,8 @@ class U_EXPORT Creator<Segmenter> {
   public:
     virtual ~Creator();
 
-    /// A new segmenter, which the caller owns, or null. `identity` names the span: a segmenter keys what it caches
-    /// by it.
+    /// A new segmenter, which the caller owns, or null. `identity` names the span: a segmenter keys what it
+    /// caches by it.
     virtual Segmenter* Create(zvkcore::utility::Guid identity) = 0;
     /// A new object which the caller owns and which is a `Matter`, or null.
     virtual Segmenter* CreateMatter(zvkcore::utility::Guid identity) = 0;
@@ -293,8 +296,8 @@ struct ProductProperties<Segmenter> {
 template <class Product>
 void RegisterCreator(Creator<Product>* creator, const typename ProductProperties<Product>::type& properties);
 
-/// Withdraws a creator under all its names, so that the code behind it may be unloaded. What it made stays the
-/// business of those who hold it.
+/// Withdraws a creator under all its names, so that the code behind it may be unloaded. What it made stays
+/// the business of those who hold it.
 template <class Product>
 void UnregisterCreator(Creator<Product>* creator);
 
@@ -312,7 +315,7 @@ U_EXPORT void UnregisterCreator<Segmenter>(Creator<Segmenter>* creator);
 template <>
 U_EXPORT Creator<Segmenter>* GetCreator<Segmenter>(const U_UTF8String& name, bool quiet);
 
-// --- Computed values -----------------------------------------------------------------------------------------
+// --- Computed values ---------------------------------------------------------------------------------------
 
 /// A computed value. Opaque; whoever computes it knows what it is.
 class U_EXPORT Value {
@@ -334,8 +337,8 @@ class U_EXPORT Computator {
     virtual boost::shared_ptr<Value> Compute() = 0;
 };
 
-/// Values by identity and key. This one keeps everything, in memory, until it is told otherwise; a host derives
-/// its own with limits. It takes no lock: the global one is guarded by the library.
+/// Values by identity and key. This one keeps everything, in memory, until it is told otherwise; a host
+/// derives its own with limits. It takes no lock: the global one is guarded by the library.
 class U_EXPORT CacheIndex {
   public:
     explicit CacheIndex(const char* name);
@@ -379,7 +382,7 @@ class U_EXPORT NopCacheIndex : public CacheIndex {
     void PurgeAll() override;
 };
 
-// --- The host ------------------------------------------------------------------------------------------------
+// --- The host ----------------------------------------------------------------------------------------------
 
 /// The host's side. Called on the thread that asks, on several at once.
 class U_EXPORT HostCallbacks {
@@ -403,8 +406,9 @@ U_EXPORT void RegisterCallbacks(boost::shared_ptr<HostCallbacks> callbacks);
 /// keeps nothing.
 U_EXPORT void RegisterGlobalCacheIndex(boost::shared_ptr<CacheIndex> index);
 
-/// `CacheIndex::CheckoutOrRender` of the global index. Its recursive lock is held while the value is computed, so
-/// no value is computed twice at once; a computation may ask for another value on its own thread.
+/// `CacheIndex::CheckoutOrRender` of the global index. Its recursive lock is held while the value is
+/// computed, so no value is computed twice at once; a computation may ask for another value on its own
+/// thread.
 ///
 /// throws  `std::system_error` after waiting 60 seconds; whatever the computator throws
 U_EXPORT boost::shared_ptr<Value> CheckoutOrRender(zvkcore::utility::Guid identity, Computator& computator);
@@ -413,8 +417,8 @@ U_EXPORT boost::shared_ptr<Value> CheckoutOrRender(zvkcore::utility::Guid identi
 U_EXPORT void* Allocate(std::size_t size);
 U_EXPORT void Dispose(void* pointer, std::size_t size);
 
-/// What the host answers. Without callbacks each raises an assertion, and answers false, the default, and a new
-/// index that keeps nothing.
+/// What the host answers. Without callbacks each raises an assertion, and answers false, the default, and a
+/// new index that keeps nothing.
 U_EXPORT bool AreExperimentalParametersEnabled();
 U_EXPORT bool GetPreferenceBool(const char* name, bool defaultValue);
 U_EXPORT boost::shared_ptr<CacheIndex> NewCacheIndex(const char* name);

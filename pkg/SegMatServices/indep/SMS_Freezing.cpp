@@ -1,5 +1,5 @@
-// The store of a span manager: modes, what they drop, and how a stored frame is shown over the input. The owner
-// serialises; nothing here takes a lock or has state of its own.
+// The store of a span manager: modes, what they drop, and how a stored frame is shown over the input. The
+// owner serialises; nothing here takes a lock or has state of its own.
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/gil/extension/dynamic_image/dynamic_image_all.hpp>
 #include <boost/gil/image.hpp>
@@ -18,8 +18,9 @@ void AssignIfKeyPresent(FrozenResultCache::Frames& frames, const std::set<FrameI
     std::erase_if(frames, [&finished](const auto& entry) { return finished.count(entry.first) == 0; });
 }
 
-// Fills the output with the input image. Where their forms cannot be copied into one another, a colour input for a gray
-// output, say, or where their sizes differ, the matte of the input is shown: its first channel, fitted.
+// Fills the output with the input image. Where their forms cannot be copied into one another, a colour input
+// for a gray output, say, or where their sizes differ, the matte of the input is shown: its first channel,
+// fitted.
 void ShowInput(const boost::shared_ptr<CheckoutReceipt>& receipt, const AnyImageView& output)
 {
     if (!receipt) return;
@@ -51,14 +52,15 @@ bool ShowOverInput(RenderFrameData& data, const FrozenResultCache& store, FrameI
     return false;
 }
 
-// Wanted: every end of a freeze keeps only what was finished since the last one, so an end without a freeze before it
-// keeps nothing.
+// Wanted: every end of a freeze keeps only what was finished since the last one, so an end without a freeze
+// before it keeps nothing.
 void SpanManager::SetRenderingMode(RenderingMode mode)
 {
     if (mode == RenderingMode_Normal) {
         frozenData = boost::make_shared<FrozenResultCache>();
     } else if (mode == RenderingMode_Frozen) {
-        // Throws "could not convert calendar time to UTC time" if there is no such time; nothing has changed then.
+        // Throws "could not convert calendar time to UTC time" if there is no such time; nothing has changed
+        // then.
         frozenData->freezingDateTime = boost::posix_time::second_clock::universal_time();
         AssignIfKeyPresent(frozenData->frozenSegmentation, frozenData->successfullyFrozenFrames);
         AssignIfKeyPresent(frozenData->frozenTrimaps, frozenData->successfullyFrozenFrames);

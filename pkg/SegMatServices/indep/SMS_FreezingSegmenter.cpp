@@ -1,5 +1,5 @@
-// A render through the wrapper has three steps: serve the frame from the store if it answers, else let the real object
-// render, then keep what it made as the mode wants it. No state.
+// A render through the wrapper has three steps: serve the frame from the store if it answers, else let the
+// real object render, then keep what it made as the mode wants it. No state.
 #include "SMSp_FreezingSegmenter.h"
 
 #include <boost/make_shared.hpp>
@@ -74,8 +74,8 @@ bool FreezingSegmenter::Render(int frame, Segmenter* segmenter, RenderFrameData&
     return rendered;
 }
 
-// A matter always renders: in the frozen mode it is its trimap that comes from the store. A frozen frame that is not
-// there or damaged has nobody else to ask; a retained one has, and makes way for what is rendered now.
+// A matter always renders: in the frozen mode it is its trimap that comes from the store. A frozen frame that
+// is not there or damaged has nobody else to ask; a retained one has, and makes way for what is rendered now.
 bool FreezingSegmenter::ServeFromStore(RenderFrameData& data, FrameIndex global, OutputIndex index)
 {
     if (isMatter) return false;
@@ -99,8 +99,8 @@ void FreezingSegmenter::KeepMatte(RenderFrameData& data, FrameIndex global)
     manager->SetFrameSuccessfullyFrozen(global);
 }
 
-// Wanted: what a render left that did not finish is retained too, and only a finished one is frozen. Both entries share
-// the bytes.
+// Wanted: what a render left that did not finish is retained too, and only a finished one is frozen. Both
+// entries share the bytes.
 void FreezingSegmenter::KeepFrozen(RenderFrameData& data, FrameIndex global, OutputIndex index, bool rendered)
 {
     const auto store = manager->frozenData;
@@ -112,8 +112,8 @@ void FreezingSegmenter::KeepFrozen(RenderFrameData& data, FrameIndex global, Out
     manager->SetFrameSuccessfullyFrozen(global);
 }
 
-// Wanted: a trimap of the retain range goes to the frozen trimaps, and whether the frame is retained already is asked of
-// the segmentations alone.
+// Wanted: a trimap of the retain range goes to the frozen trimaps, and whether the frame is retained already
+// is asked of the segmentations alone.
 void FreezingSegmenter::KeepRetained(RenderFrameData& data, FrameIndex global, OutputIndex index)
 {
     const auto store = manager->frozenData;

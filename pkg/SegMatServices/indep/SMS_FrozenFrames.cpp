@@ -1,6 +1,6 @@
-// A frame is compressed before anything in the store changes, so a store that fails loses nothing; and it is shown by a
-// copy of its pointer, so it may leave the store meanwhile. Damage is found where the frame is shown: the store itself
-// takes what a text or a segmenter gives it. No state.
+// A frame is compressed before anything in the store changes, so a store that fails loses nothing; and it is
+// shown by a copy of its pointer, so it may leave the store meanwhile. Damage is found where the frame is
+// shown: the store itself takes what a text or a segmenter gives it. No state.
 #include "SMSp_FrozenFrames.h"
 
 #include <algorithm>
@@ -20,7 +20,8 @@ constexpr char kDamagedFrame[] =
     "$$$/QL/SegMatServices/DamagedFrozenFrame=The stored matte of frame ^L1 is damaged. "
     "The frame is shown as if it had not been stored.";
 
-// Whether so many bytes can hold so many pixels: a hostile size must not make us ask for memory that no frame fills.
+// Whether so many bytes can hold so many pixels: a hostile size must not make us ask for memory that no frame
+// fills.
 bool CanHold(std::size_t bytes, int32_t width, int32_t height)
 {
     constexpr int64_t kMostPixelsOfAByte = 1032;

@@ -1,5 +1,6 @@
-// Views become runs of bytes and runs become views, a row at a time; the coder behind the zip stream sees one run a
-// frame. A gray 8-bit view whose rows follow one another is such a run itself, and is decoded in place. No state.
+// Views become runs of bytes and runs become views, a row at a time; the coder behind the zip stream sees one
+// run a frame. A gray 8-bit view whose rows follow one another is such a run itself, and is decoded in place.
+// No state.
 #include "SMS_Pixels.h"
 
 #include "SMSp_PixelForms.h"

@@ -1,7 +1,7 @@
 // Manual frames and the spans around them: which span covers a frame, and how far one may reach.
 //
-// Frames and durations are added in 64 bits: a frame may be negative and a duration is unsigned, and neither may
-// wrap because it met the other. No state beyond the objects.
+// Frames and durations are added in 64 bits: a frame may be negative and a duration is unsigned, and neither
+// may wrap because it met the other. No state beyond the objects.
 #include "SMS_SpanManager.h"
 
 #include <algorithm>
@@ -31,8 +31,8 @@ int64_t FrontOf(const SpanManager::SpanMap::value_type& entry)
     return int64_t{entry.first} - entry.second.backwardDuration;
 }
 
-// The last stop at or before a frame; the first one if all are behind it. Written so that no step waits for a guess
-// of the processor: which half is next is as good as random.
+// The last stop at or before a frame; the first one if all are behind it. Written so that no step waits for a
+// guess of the processor: which half is next is as good as random.
 template <class Stop>
 const Stop* LastUpTo(const Stop* first, std::size_t count, FrameIndex frame)
 {
@@ -45,8 +45,8 @@ const Stop* LastUpTo(const Stop* first, std::size_t count, FrameIndex frame)
 }
 
 // Wanted: a negative need turns into a large count, as the comparison is one of unsigned numbers. It comes up
-// where the neighbour's span already reaches over the base frame; hosts see it and clip it. What is too long for
-// a count is held at the longest.
+// where the neighbour's span already reaches over the base frame; hosts see it and clip it. What is too long
+// for a count is held at the longest.
 FrameCount AsCount(int64_t need)
 {
     return static_cast<FrameCount>(std::min<int64_t>(need, std::numeric_limits<FrameCount>::max()));
@@ -92,8 +92,8 @@ void SpanManager::RetainSegmentationRange(FrameIndex start, FrameIndex end)
 
 // --- Manual frames -----------------------------------------------------------------------------------------
 
-// Wanted: the objects are numbered by how many frames there are now, not by the rank of this one, until all are
-// made anew. Caches are keyed by the identities that come of it.
+// Wanted: the objects are numbered by how many frames there are now, not by the rank of this one, until all
+// are made anew. Caches are keyed by the identities that come of it.
 SpanManager::SpanPair SpanManager::MakePair(FrameCount backward, FrameCount forward)
 {
     SpanPair pair;
@@ -138,8 +138,8 @@ bool SpanManager::IsManualFrame(FrameIndex frame) const
     return i_spans_map.contains(frame);
 }
 
-// Wanted: only forward spans count here, unlike in `GetActiveSpanRef`. A manual frame without a forward span has
-// no answer even if it has a backward one, and nobody looks at the manual frame behind.
+// Wanted: only forward spans count here, unlike in `GetActiveSpanRef`. A manual frame without a forward span
+// has no answer even if it has a backward one, and nobody looks at the manual frame behind.
 bool SpanManager::GetManualFrame(FrameIndex frame, FrameCount& backward, FrameCount& forward) const
 {
     const auto covering = GetActiveSpanRef(frame, SpanDirection_Forward);
@@ -161,8 +161,8 @@ std::vector<SpanManager::SpanInfo> SpanManager::GetSpanInfo() const
 
 // --- Spans -------------------------------------------------------------------------------------------------
 
-// Wanted: on a manual frame its own duration decides, though a neighbour's span may reach it; and only the nearest
-// manual frame is asked, though a longer span may reach across it.
+// Wanted: on a manual frame its own duration decides, though a neighbour's span may reach it; and only the
+// nearest manual frame is asked, though a longer span may reach across it.
 SpanManager::SpanMap::const_iterator SpanManager::GetActiveSpanRef(FrameIndex frame,
                                                                    SpanDirection direction) const
 {
@@ -235,7 +235,8 @@ FrameCount SpanManager::CalcActiveRangeExtension(FrameIndex frame, SpanDirection
             "IsActiveFrame(frame, dir)", "");
         return 1;
     }
-    // A neighbour without an opposite span is itself covered: its end is one before its frame, its front one behind.
+    // A neighbour without an opposite span is itself covered: its end is one before its frame, its front one
+    // behind.
     const int64_t base = covering->first;
     int64_t need;
     if (direction == SpanDirection_Forward) {

@@ -27,7 +27,8 @@ Guid SpanIdentity(std::string_view label, const Guid& manager, int32_t index)
     return identity;
 }
 
-// Wanted: the four slots are filled in this order, and each one's former object is purged just before its own.
+// Wanted: the four slots are filled in this order, and each one's former object is purged just before its
+// own.
 void SpanManager::CreateBothSegmenters(int32_t index, SpanPair* pair)
 {
     const auto fillSegmenter = [&](boost::shared_ptr<Segmenter>& slot, std::string_view label) {

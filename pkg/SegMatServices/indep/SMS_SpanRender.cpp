@@ -1,5 +1,5 @@
-// Which span renders a frame, and the road of one render through it. The span's objects are copies that the render
-// shares, and everything else it needs stands on its stack.
+// Which span renders a frame, and the road of one render through it. The span's objects are copies that the
+// render shares, and everything else it needs stands on its stack.
 //
 // State: the answer of one feature flag, kept for the life of the process.
 #include <array>
@@ -47,8 +47,8 @@ int LocalFrame(FrameIndex frame, FrameIndex base, int32_t step)
     return CutToFrame((int64_t{frame} - base) * step);
 }
 
-// Initialises, renders and lets go of the frame data, whatever is thrown on the way: the data ends with this render, and
-// the segmenter lives on.
+// Initialises, renders and lets go of the frame data, whatever is thrown on the way: the data ends with this
+// render, and the segmenter lives on.
 void RenderSegmenter(Segmenter& segmenter, const Segmenter* other, int local, RenderFrameData& data,
                      boost::shared_ptr<CrossRenderCache>& cache)
 {

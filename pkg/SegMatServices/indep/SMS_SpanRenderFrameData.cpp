@@ -1,6 +1,6 @@
-// Frame numbers in, frame numbers out: every operation goes to the host's frame data, with its frame translated. All
-// sums are made in 64 bits and cut to what a frame number can hold at the end, so a range that means "all frames" still
-// does behind the translation. No state.
+// Frame numbers in, frame numbers out: every operation goes to the host's frame data, with its frame
+// translated. All sums are made in 64 bits and cut to what a frame number can hold at the end, so a range
+// that means "all frames" still does behind the translation. No state.
 #include "SMSp_SpanRenderFrameData.h"
 
 #include <algorithm>
@@ -75,8 +75,8 @@ bool SpanRenderFrameData::HasStrokesInTimeRange(StrokeType type, int first, int 
                                           LocalToGlobalFrameIndex(last));
 }
 
-// Unlike the strokes, parameters are asked for in ascending order: `start` and the frames behind it, local, become the
-// same frames counted from their other end.
+// Unlike the strokes, parameters are asked for in ascending order: `start` and the frames behind it, local,
+// become the same frames counted from their other end.
 zvkcore::utility::Guid SpanRenderFrameData::GetCurrentParamState(int start, unsigned int count) const
 {
     const int64_t from = int64_t{direction} * start;

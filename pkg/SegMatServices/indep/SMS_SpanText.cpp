@@ -3,8 +3,9 @@
 //   version, name, spans {frame, backward, forward}, mode, width, height, frame duration (two),
 //   freezing time, frozen segmentation {frame, bytes}, frozen trimaps {frame, bytes}
 //
-// Version 1 ends behind the spans, version 2 before the trimaps; what is newer is read as version 3. A text may come
-// from anywhere: a count says how much to look for, and the end of the text always ends the reading. No state.
+// Version 1 ends behind the spans, version 2 before the trimaps; what is newer is read as version 3. A text
+// may come from anywhere: a count says how much to look for, and the end of the text always ends the reading.
+// No state.
 #include <limits>
 #include <numeric>
 #include <optional>
@@ -25,7 +26,7 @@ constexpr int kFirstVersionWithFrames = 2;
 constexpr int kFirstVersionWithTrimaps = 3;
 constexpr char kValueSeparator = ',';
 
-// --- The freezing time ---------------------------------------------------------------------------------------
+// --- The freezing time -------------------------------------------------------------------------------------
 
 constexpr int64_t kMicrosInASecond = 1000000;
 
@@ -47,8 +48,8 @@ int64_t MicrosSinceEpoch(const posix_time::ptime& time)
     return (time - Epoch()).total_microseconds();
 }
 
-// Wanted: a manager that never froze writes the low 32 bits of no time at all, 2077252342, and is read back as
-// having frozen in 2035. Texts are compared byte by byte, so it stays.
+// Wanted: a manager that never froze writes the low 32 bits of no time at all, 2077252342, and is read back
+// as having frozen in 2035. Texts are compared byte by byte, so it stays.
 int32_t SecondsForText(const posix_time::ptime& time)
 {
     return static_cast<int32_t>(MicrosSinceEpoch(time) / kMicrosInASecond);
@@ -56,7 +57,7 @@ int32_t SecondsForText(const posix_time::ptime& time)
 
 static_assert(static_cast<int32_t>(kNotADateTime / kMicrosInASecond) == 2077252342);
 
-// --- Writing -------------------------------------------------------------------------------------------------
+// --- Writing -----------------------------------------------------------------------------------------------
 
 class TextWriter {
   public:
@@ -95,7 +96,7 @@ std::size_t ExpectedSize(const FrozenResultCache::Frames& frames)
     return size;
 }
 
-// --- Reading -------------------------------------------------------------------------------------------------
+// --- Reading -----------------------------------------------------------------------------------------------
 
 // Every Read tells whether reading may go on; what it could not read stays as it was.
 class TextReader {

@@ -1,6 +1,6 @@
-// Separable resampling: for each row of the target the rows of the source that it takes from are added up by their
-// weights, and the sum is then taken along the row. Which pixels an axis takes from, with which weights, is worked
-// out once for each axis, in integers, so no edge depends on rounding. No state.
+// Separable resampling: for each row of the target the rows of the source that it takes from are added up by
+// their weights, and the sum is then taken along the row. Which pixels an axis takes from, with which
+// weights, is worked out once for each axis, in integers, so no edge depends on rounding. No state.
 #include <algorithm>
 #include <cstdint>
 #include <vector>

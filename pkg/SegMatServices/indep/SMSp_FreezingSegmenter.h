@@ -1,5 +1,5 @@
-// What a span's segmenter and matter are wrapped in for the length of a render: it serves stored frames in their place,
-// and stores what they make.
+// What a span's segmenter and matter are wrapped in for the length of a render: it serves stored frames in
+// their place, and stores what they make.
 #ifndef SMSP_FREEZINGSEGMENTER_H
 #define SMSP_FREEZINGSEGMENTER_H
 
@@ -20,7 +20,8 @@ class FreezingSegmenter final : public Matter {
                                  int last) override;
     boost::shared_ptr<std::set<int>> GetValidCachedFrameSet(RenderFrameData& data) override;
 
-    // Throws std::bad_cast unless `data` is a SpanRenderFrameData, since only that knows the frames of the clip.
+    // Throws std::bad_cast unless `data` is a SpanRenderFrameData, since only that knows the frames of the
+    // clip.
     bool Render(int frame, Segmenter* segmenter, RenderFrameData& data, Segmenter const* other,
                 boost::shared_ptr<CrossRenderCache>& cache, unsigned char* status,
                 RenderFrameData::OutputType* type, OutputIndex index) override;

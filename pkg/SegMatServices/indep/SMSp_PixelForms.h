@@ -1,8 +1,8 @@
-// One path from any view to rows of bytes and back: a view is a first channel, the distance from pixel to pixel, and
-// rows. The distance is known when the code is compiled, so each form gets a plain loop.
+// One path from any view to rows of bytes and back: a view is a first channel, the distance from pixel to
+// pixel, and rows. The distance is known when the code is compiled, so each form gets a plain loop.
 //
-// Loops run in blocks of a fixed length: that is what lets every compiler make vectors of them at every level of
-// optimisation, without a flag of their own. No state.
+// Loops run in blocks of a fixed length: that is what lets every compiler make vectors of them at every level
+// of optimisation, without a flag of their own. No state.
 #ifndef SMSP_PIXELFORMS_H
 #define SMSP_PIXELFORMS_H
 
@@ -38,7 +38,8 @@ struct ChannelForm<Channel15> {
         return static_cast<std::uint8_t>((v * 255 + 16384) >> 15);
     }
 
-    // (b * 32768 + b * 128 + 128) >> 8 is b * 128.5, rounded. Nothing wider than 16 bits, so vectors stay narrow.
+    // (b * 32768 + b * 128 + 128) >> 8 is b * 128.5, rounded. Nothing wider than 16 bits, so vectors stay
+    // narrow.
     static constexpr std::uint16_t FromByte(std::uint8_t byte)
     {
         const std::uint16_t wide = byte;

@@ -1,5 +1,5 @@
-// Sixteen neighbouring channels to bytes at once, for the two forms whose rule compilers make poor vectors of. Same
-// results as the rule, value by value.
+// Sixteen neighbouring channels to bytes at once, for the two forms whose rule compilers make poor vectors
+// of. Same results as the rule, value by value.
 #ifndef SMSP_PIXELVECTORS_H
 #define SMSP_PIXELVECTORS_H
 
@@ -29,8 +29,8 @@ inline void VectorToBytes(const float* from, std::uint8_t* to)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(low, high));
 }
 
-// (v * 255 + 16384) >> 15 is (v * 510 + 32768) >> 16: the upper half of v * 510, and 1 if its lower half is 32768 or
-// more.
+// (v * 255 + 16384) >> 15 is (v * 510 + 32768) >> 16: the upper half of v * 510, and 1 if its lower half is
+// 32768 or more.
 inline __m128i EightToShorts(const std::uint16_t* from)
 {
     const __m128i factor = _mm_set1_epi16(510);

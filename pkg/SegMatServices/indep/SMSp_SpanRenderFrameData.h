@@ -1,5 +1,5 @@
-// A host's frame data as one span sees it: the span's manual frame is frame 0, and numbers rise the way the span
-// reaches. It lives on the stack of one render.
+// A host's frame data as one span sees it: the span's manual frame is frame 0, and numbers rise the way the
+// span reaches. It lives on the stack of one render.
 #ifndef SMSP_SPANRENDERFRAMEDATA_H
 #define SMSP_SPANRENDERFRAMEDATA_H
 

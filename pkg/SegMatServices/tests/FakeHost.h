@@ -1,5 +1,5 @@
-// A host that answers from a few fields and writes down every question, and a plug-in whose objects do the same: a
-// render paints its output with one value. Both may be told to throw.
+// A host that answers from a few fields and writes down every question, and a plug-in whose objects do the
+// same: a render paints its output with one value. Both may be told to throw.
 #ifndef SEGMATSERVICES_TESTS_FAKEHOST_H
 #define SEGMATSERVICES_TESTS_FAKEHOST_H
 
@@ -19,6 +19,7 @@ namespace smstest {
 using namespace tessaly;
 using namespace zvkcore::string::literals;
 using Image = boost::gil::gray8_image_t;
+using Receipt = boost::shared_ptr<CheckoutReceipt>;
 
 struct Calls {
     Log log;
@@ -63,32 +64,17 @@ class FakeHost : public RenderFrameData {
     U_UTF8String GetRenderingParamBagValue(const char*) const override { return {}; }
     AnyImageView GetInteractiveStrokeBuffer() const override { return {}; }
     bool HasInteractiveStroke() const override { return stroke; }
-    boost::shared_ptr<CheckoutReceipt> CheckoutInputImage(int frame) override
+    Receipt CheckoutInputImage(int frame) override
     {
         Say("input", frame);
         return boost::make_shared<FakeReceipt>(boost::gil::view(input));
     }
-    boost::shared_ptr<CheckoutReceipt> CheckoutForegroundStrokesImage(int f) override
-    {
-        return None("fore", f);
-    }
-    boost::shared_ptr<CheckoutReceipt> CheckoutBackgroundStrokesImage(int f) override
-    {
-        return None("back", f);
-    }
-    boost::shared_ptr<CheckoutReceipt> CheckoutMattingPlusStrokesImage(int f) override
-    {
-        return None("plus", f);
-    }
-    boost::shared_ptr<CheckoutReceipt> CheckoutMattingMinusStrokesImage(int f) override
-    {
-        return None("minus", f);
-    }
-    boost::shared_ptr<CheckoutReceipt> CheckoutTrimapImage(int f) override { return None("trimap", f); }
-    boost::shared_ptr<CheckoutReceipt> CheckoutStrokeConfidenceImage(int f) override
-    {
-        return None("trust", f);
-    }
+    Receipt CheckoutForegroundStrokesImage(int f) override { return None("fore", f); }
+    Receipt CheckoutBackgroundStrokesImage(int f) override { return None("back", f); }
+    Receipt CheckoutMattingPlusStrokesImage(int f) override { return None("plus", f); }
+    Receipt CheckoutMattingMinusStrokesImage(int f) override { return None("minus", f); }
+    Receipt CheckoutTrimapImage(int f) override { return None("trimap", f); }
+    Receipt CheckoutStrokeConfidenceImage(int f) override { return None("trust", f); }
     bool HasStrokesInTimeRange(StrokeType, int first, int last) const override
     {
         return Say("strokes " + std::to_string(first), last) == 0;
@@ -132,7 +118,7 @@ class FakeHost : public RenderFrameData {
         calls.Note(what + " " + std::to_string(frame));
         return 0;
     }
-    boost::shared_ptr<CheckoutReceipt> None(const char* what, int frame)
+    Receipt None(const char* what, int frame)
     {
         Say(what, frame);
         return {};

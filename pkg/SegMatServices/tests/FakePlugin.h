@@ -1,4 +1,5 @@
-// A plug-in that renders nothing and remembers everything: what it made, under which identity, and what was purged.
+// A plug-in that renders nothing and remembers everything: what it made, under which identity, and what was
+// purged.
 #ifndef SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 #define SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 

@@ -44,8 +44,8 @@ class Spans : public testing::Test {
 TEST_F(Spans, CoverFrames)
 {
     Set({{10, 5, 3}, {30, 0, 3}, {40, 100, 0}, {50, 2, 20}, {60, 5, 2}});
-    // A frame and the bases of its forward and its backward span, 0 for none. On 30 its own forward duration of 0
-    // decides; the long spans of 40 and 50 stop before one another.
+    // A frame and the bases of its forward and its backward span, 0 for none. On 30 its own forward duration
+    // of 0 decides; the long spans of 40 and 50 stop before one another.
     const FrameIndex rows[][3] = {
         {7, 0, 0},   {8, 0, 10},  {10, 10, 10}, {14, 10, 0},    {15, 0, 0},    {28, 0, 30},
         {30, 0, 30}, {31, 0, 0},  {40, 40, 0},  {45, 40, 50},   {50, 50, 50},  {52, 0, 0},

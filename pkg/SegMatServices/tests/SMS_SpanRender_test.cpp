@@ -201,7 +201,7 @@ TEST_F(SpanRender, SurvivesACreatorThatMakesNothing)
     EXPECT_TRUE(clone->GetValidCachedFrameSet(host)->empty());
 }
 
-// --- Threads -------------------------------------------------------------------------------------------------
+// --- Threads -----------------------------------------------------------------------------------------------
 
 struct Number : Value {
     explicit Number(int64_t n) : number(n) {}

@@ -1,5 +1,5 @@
-// Streams over memory. A reading stream is a span of what is left; one that has to work for its bytes does so once,
-// in `Load`. No state.
+// Streams over memory. A reading stream is a span of what is left; one that has to work for its bytes does so
+// once, in `Load`. No state.
 #include "zvkcore/filesupport/ByteStream.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-// The coder works on whole buffers: what is put is gathered and coded at the flush, and what is read is decoded at
-// the first question, straight into the caller's run where that is the whole stream. A coder lives for one call, so
-// streams share nothing. No state.
+// The coder works on whole buffers: what is put is gathered and coded at the flush, and what is read is
+// decoded at the first question, straight into the caller's run where that is the whole stream. A coder lives
+// for one call, so streams share nothing. No state.
 #include "zvkcore/filesupport/ZipByteStream.h"
 
 #include <libdeflate.h>
@@ -70,7 +70,7 @@ void ByteRoom::Release() noexcept
     m_size = m_capacity = 0;
 }
 
-// --- Writing -------------------------------------------------------------------------------------------------
+// --- Writing -----------------------------------------------------------------------------------------------
 
 OZipByteStream::OZipByteStream(OByteStream& target, int level) noexcept
     : m_target(target), m_level(std::clamp(level, 0, 12))
@@ -125,7 +125,7 @@ void OZipByteStream::Flush()
     m_target.Flush();
 }
 
-// --- Reading -------------------------------------------------------------------------------------------------
+// --- Reading -----------------------------------------------------------------------------------------------
 
 IZipByteStream::IZipByteStream(IByteStream& source, std::size_t limit) noexcept
     : m_source(source), m_limit(limit)

@@ -1,6 +1,6 @@
-// Base 64 by tables: two characters for each 12 bits on the way out; on the way back a table for each place in a
-// group of four, which gives the bits where they belong and a mark above them for a character that is none of the 64.
-// No state.
+// Base 64 by tables: two characters for each 12 bits on the way out; on the way back a table for each place
+// in a group of four, which gives the bits where they belong and a mark above them for a character that is
+// none of the 64. No state.
 #include "zvkcore/utility/BinaryText.h"
 
 #include <array>
@@ -54,7 +54,8 @@ void PutGroup(std::uint32_t bits, unsigned char* text)
     std::memcpy(text + 2, &kPairs[bits & 0xFFF], 2);
 }
 
-// The last group, of one to three bytes: the bits behind the last byte must be those that the encoding leaves.
+// The last group, of one to three bytes: the bits behind the last byte must be those that the encoding
+// leaves.
 bool DecodeLastGroup(const unsigned char* text, unsigned char* bytes, std::size_t count)
 {
     unsigned char group[4] = {text[0], text[1], 'A', 'A'};

@@ -8,8 +8,8 @@
 ///     IStringByteStream source(stored);
 ///     const std::uint8_t first = source.Get();
 ///
-/// A stream stands on what it was given and owns none of it: string or lower stream outlive it. One thread at a
-/// time uses a stream. Give whole runs where there are any: a run costs one call and one copy.
+/// A stream stands on what it was given and owns none of it: string or lower stream outlive it. One thread at
+/// a time uses a stream. Give whole runs where there are any: a run costs one call and one copy.
 #ifndef ZVKCORE_FILESUPPORT_BYTESTREAM_H
 #define ZVKCORE_FILESUPPORT_BYTESTREAM_H
 
@@ -76,12 +76,12 @@ class ZVKCORE_EXPORT IByteStream {
         return byte;
     }
 
-    /// Fills the whole of `run`; throws `StreamError` when there are fewer bytes, and what `run` then holds is
-    /// undefined.
+    /// Fills the whole of `run`; throws `StreamError` when there are fewer bytes, and what `run` then holds
+    /// is undefined.
     virtual void Get(std::span<std::uint8_t> run);
 
-    /// All bytes that have not been got, where they stand. They live as long as what the stream stands on, and
-    /// the stream has then ended.
+    /// All bytes that have not been got, where they stand. They live as long as what the stream stands on,
+    /// and the stream has then ended.
     std::span<const std::uint8_t> TakeRest();
 
   protected:

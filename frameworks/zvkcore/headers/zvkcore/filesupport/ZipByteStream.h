@@ -10,9 +10,9 @@
 ///     IZipByteStream unzip(source, pixels.size());
 ///     unzip.Get(back);
 ///
-/// The stored form is one raw deflate stream (RFC 1951): no header, no checksum. A stream is coded as a whole, so
-/// it stays in memory until it is flushed or read; that is made for frames and not for files of gigabytes. A whole
-/// run that is read at once is decoded where it is wanted, without a copy.
+/// The stored form is one raw deflate stream (RFC 1951): no header, no checksum. A stream is coded as a
+/// whole, so it stays in memory until it is flushed or read; that is made for frames and not for files of
+/// gigabytes. A whole run that is read at once is decoded where it is wanted, without a copy.
 #ifndef ZVKCORE_FILESUPPORT_ZIPBYTESTREAM_H
 #define ZVKCORE_FILESUPPORT_ZIPBYTESTREAM_H
 
@@ -65,15 +65,15 @@ class ZVKCORE_EXPORT OZipByteStream final : public OByteStream {
     }
     void Put(std::span<const std::uint8_t> bytes) override;
 
-    /// Puts `count` bytes that the caller writes afterwards, in front of its next call: what would be a run of its
-    /// own is made in place.
+    /// Puts `count` bytes that the caller writes afterwards, in front of its next call: what would be a run
+    /// of its own is made in place.
     std::span<std::uint8_t> PutRoom(std::size_t count);
 
     void Expect(std::size_t bytes) override;
 
-    /// Compresses all, puts it to the target and flushes that. If nothing was put, nothing is stored. This ends the
-    /// stream: a later `Put` throws `std::logic_error`, and a later `Flush` does nothing. A flush that throws has
-    /// stored nothing unless the target did, and may be tried again.
+    /// Compresses all, puts it to the target and flushes that. If nothing was put, nothing is stored. This
+    /// ends the stream: a later `Put` throws `std::logic_error`, and a later `Flush` does nothing. A flush
+    /// that throws has stored nothing unless the target did, and may be tried again.
     void Flush() override;
 
   private:
@@ -85,8 +85,8 @@ class ZVKCORE_EXPORT OZipByteStream final : public OByteStream {
     bool m_ended = false;
 };
 
-/// Reads what an `OZipByteStream` or any other coder of raw deflate stored. All bytes of `source` are the stream;
-/// they are taken at the first `Get`.
+/// Reads what an `OZipByteStream` or any other coder of raw deflate stored. All bytes of `source` are the
+/// stream; they are taken at the first `Get`.
 ///
 /// A damaged stream, one with bytes behind its end, and one of more than `limit` bytes throw `StreamError`.
 class ZVKCORE_EXPORT IZipByteStream final : public IByteStream {

@@ -5,9 +5,9 @@
 ///     in >> frame;                            // blanks in front are skipped
 ///     if (!in || in.get() != ',') ...
 ///
-/// The words are those of a standard stream, without its locale: numbers are plain decimal whatever the process
-/// has set, and a minus sign never turns into a large unsigned number. Reading takes a time in proportion to the
-/// text and copies nothing but what it gives. One thread at a time uses an object.
+/// The words are those of a standard stream, without its locale: numbers are plain decimal whatever the
+/// process has set, and a minus sign never turns into a large unsigned number. Reading takes a time in
+/// proportion to the text and copies nothing but what it gives. One thread at a time uses an object.
 #ifndef ZVKCORE_STRING_STRINGSTREAM_H
 #define ZVKCORE_STRING_STRINGSTREAM_H
 
@@ -30,7 +30,8 @@ class iUTF8StringStream {
     /// The text is not copied: it outlives the stream.
     explicit iUTF8StringStream(string::UTF8View text) noexcept : m_rest(string::View(text)) {}
 
-    /// The next number, with a sign or not. Fails, and gives 0, where there is none or it does not fit the type.
+    /// The next number, with a sign or not. Fails, and gives 0, where there is none or it does not fit the
+    /// type.
     template <std::integral Number>
     iUTF8StringStream& operator>>(Number& value) noexcept
     {
@@ -62,8 +63,8 @@ class iUTF8StringStream {
         return byte;
     }
 
-    /// The piece up to the next `delimiter`, which is taken too, or up to the end of the text: then `eof` is true.
-    /// It views the text of the stream. Fails if nothing was left.
+    /// The piece up to the next `delimiter`, which is taken too, or up to the end of the text: then `eof` is
+    /// true. It views the text of the stream. Fails if nothing was left.
     string::UTF8View GetPiece(char delimiter) noexcept
     {
         if (m_failed || m_rest.empty()) {

@@ -4,8 +4,9 @@
 ///     UTF8String back;
 ///     if (!DecodeBinaryDataFromUTF8String(text, back)) ...    // no such text
 ///
-/// The text has letters, digits, "+", "/" and at its end "=", and so no comma, blank or quote. Four characters
-/// stand for three bytes. Both directions take a time in proportion to the size, and any thread may call.
+/// The text has letters, digits, "+", "/" and at its end "=", and so no comma, blank or quote. Four
+/// characters stand for three bytes. Both directions take a time in proportion to the size, and any thread
+/// may call.
 #ifndef ZVKCORE_UTILITY_BINARYTEXT_H
 #define ZVKCORE_UTILITY_BINARYTEXT_H
 
@@ -19,8 +20,8 @@ ZVKCORE_EXPORT string::UTF8String EncodeBinaryDataToUTF8String(string::UTF8View 
 
 /// The bytes of a text into `bytes`, which may be what `text` views.
 ///
-/// returns  false, and `bytes` empty, for a text that the encoding does not give: another character, a length that
-///          is no multiple of four, padding elsewhere than at the end, or bits behind the last byte
+/// returns  false, and `bytes` empty, for a text that the encoding does not give: another character, a length
+///          that is no multiple of four, padding elsewhere than at the end, or bits behind the last byte
 ZVKCORE_EXPORT bool DecodeBinaryDataFromUTF8String(string::UTF8View text, string::UTF8String& bytes);
 
 }  // namespace zvkcore::utility
