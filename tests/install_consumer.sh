@@ -6,6 +6,7 @@
 #   install_consumer.sh BUILD_FOLDER CXX        QL_ACCEPT=1 rewrites the committed list
 set -euo pipefail
 build=$1 cxx=$2
+export CMAKE_GENERATOR=Ninja  # the one build tool that the scripts install
 here=$(cd "$(dirname "$0")" && pwd)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
