@@ -1,25 +1,13 @@
 #include "MatteSummary.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fstream>
 
 #include "Messages.h"
+#include "SummaryText.h"
 
 namespace qlhost {
 namespace {
-
-std::string Fixed(double value, int decimals)
-{
-    char text[48];
-    std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    return text;
-}
-
-void Print(const std::string& line)
-{
-    std::printf("%s\n", line.c_str());
-}
 
 void PrintMattes(const MatteResult& result, const Rate& rate)
 {

@@ -1,26 +1,11 @@
 #include "Summary.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "Messages.h"
+#include "SummaryText.h"
 
 namespace qlhost {
-namespace {
-
-std::string Fixed(double value, int decimals)
-{
-    char text[48];
-    std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    return text;
-}
-
-void Print(const std::string& line)
-{
-    std::printf("%s\n", line.c_str());
-}
-
-}  // namespace
 
 void PrintSummary(const RunResult& run, const MemoryHistory& memory, const Timeline& timeline,
                   const Rate& rate)
