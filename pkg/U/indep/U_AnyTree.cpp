@@ -54,9 +54,15 @@ Up_Tree& Up_AppendChild(Up_Tree& parent, const U_UTF16String& key)
     return child;
 }
 
+// Texts are often written in the order of their keys, and this is one comparison.
+static bool IsBehindAll(const Up_Tree& parent, const U_UTF16String& key)
+{
+    return parent.empty() || std::prev(parent.not_found())->first < key;
+}
+
 Up_Tree& Up_ReplaceChild(Up_Tree& parent, const U_UTF16String& key)
 {
-    const bool isNew = parent.find(key) == parent.not_found();
+    const bool isNew = IsBehindAll(parent, key) || parent.find(key) == parent.not_found();
     Up_Tree& child = Up_AppendChild(parent, key);
     if (isNew) return child;
     // Children of one key stand in the order of their making, so the new one is the last.
