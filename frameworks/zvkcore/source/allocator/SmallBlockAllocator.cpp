@@ -29,15 +29,19 @@ struct Block {
 };
 static_assert(sizeof(Block) <= kStep);
 
-struct Magazine {
+struct Batch {
     Block* top = nullptr;
     std::uint32_t count = 0;
+};
+
+struct Magazine : Batch {
     Block* spare = nullptr;  // a full batch, or null
 };
 
 struct alignas(64) Depot {
     std::mutex guard;
-    Block* batches = nullptr;
+    Block* full = nullptr;  // batches of kBatch
+    Block* few = nullptr;   // of fewer: what a thread left behind, and what was freed after its end
 };
 
 constinit Depot g_depots[kClasses];
@@ -55,23 +59,40 @@ constexpr std::size_t BytesOf(std::size_t c)
     return c == 0 ? kStep : c * kStep;
 }
 
-void Deposit(std::size_t c, Block* batch)
+void Deposit(std::size_t c, Batch batch)
 {
+    if (batch.top == nullptr) return;
     const std::lock_guard lock{g_depots[c].guard};
-    batch->nextBatch = g_depots[c].batches;
-    g_depots[c].batches = batch;
+    Block*& waiting = batch.count == kBatch ? g_depots[c].full : g_depots[c].few;
+    batch.top->nextBatch = waiting;
+    waiting = batch.top;
 }
 
-Block* Withdraw(std::size_t c)
+Block* Withdraw(Block*& waiting)
+{
+    Block* const top = waiting;
+    if (top != nullptr) waiting = top->nextBatch;
+    return top;
+}
+
+std::uint32_t Count(const Block* top)
+{
+    std::uint32_t count = 0;
+    for (; top != nullptr; top = top->next) ++count;
+    return count;
+}
+
+// Full batches first: to count one is to wait for the memory of each of its blocks.
+Batch Withdraw(std::size_t c)
 {
     const std::lock_guard lock{g_depots[c].guard};
-    Block* const batch = g_depots[c].batches;
-    if (batch != nullptr) g_depots[c].batches = batch->nextBatch;
-    return batch;
+    if (Block* const top = Withdraw(g_depots[c].full)) return {top, kBatch};
+    Block* const top = Withdraw(g_depots[c].few);
+    return {top, Count(top)};
 }
 
 // The heap's own new handler may report and allocate small blocks meanwhile: no lock is held here.
-Block* MakeBatch(std::size_t c, std::uint32_t count)
+Batch MakeBatch(std::size_t c, std::uint32_t count)
 {
     const std::size_t bytes = BytesOf(c);
     auto* const room = static_cast<char*>(::operator new(bytes* count));
@@ -79,7 +100,7 @@ Block* MakeBatch(std::size_t c, std::uint32_t count)
     for (std::uint32_t i = count; i-- > 0;) {
         next = new (room + i * bytes) Block{next, nullptr};
     }
-    return next;
+    return {next, count};
 }
 
 // The magazines of the thread: null before its first block and after its end. The pointer alone is reached by
@@ -95,8 +116,8 @@ struct AtThreadEnd {
         t_ended = true;
         for (std::size_t c = 0; c < kClasses; ++c) {
             Magazine& magazine = t_room.ofClass[c];
-            if (magazine.top != nullptr) Deposit(c, magazine.top);
-            if (magazine.spare != nullptr) Deposit(c, magazine.spare);
+            Deposit(c, magazine);
+            Deposit(c, {magazine.spare, kBatch});
             magazine = {};
         }
     }
@@ -113,35 +134,19 @@ Magazines* EnterThread()
 
 void* TakeFromDepot(std::size_t c)
 {
-    Block* const batch = Withdraw(c);
-    if (batch == nullptr) return MakeBatch(c, 1);
-    if (batch->next != nullptr) Deposit(c, batch->next);
-    return batch;
-}
-
-// A batch that came from a thread's end may be short.
-std::uint32_t Count(const Block* batch)
-{
-    std::uint32_t count = 0;
-    for (; batch != nullptr; batch = batch->next) ++count;
-    return count;
+    const Batch batch = Withdraw(c);
+    if (batch.top == nullptr) return MakeBatch(c, 1).top;
+    Deposit(c, {batch.top->next, batch.count - 1});
+    return batch.top;
 }
 
 void Refill(std::size_t c, Magazine& magazine)
 {
-    if (magazine.spare != nullptr) {
-        magazine.top = std::exchange(magazine.spare, nullptr);
-        magazine.count = kBatch;
-    } else if (Block* const batch = Withdraw(c)) {
-        magazine.top = batch;
-        magazine.count = Count(batch);
-    } else {
-        // The new handler may have filled the magazine meanwhile: those blocks stay, in front.
-        Block* const fresh = MakeBatch(c, kBatch);
-        if (magazine.top != nullptr) Deposit(c, magazine.top);
-        magazine.top = fresh;
-        magazine.count = kBatch;
-    }
+    Batch batch{std::exchange(magazine.spare, nullptr), kBatch};
+    if (batch.top == nullptr) batch = Withdraw(c);
+    if (batch.top == nullptr) batch = MakeBatch(c, kBatch);
+    Deposit(c, magazine);  // usually nothing: the new handler may have filled it meanwhile
+    static_cast<Batch&>(magazine) = batch;
 }
 
 void* Pop(Magazine& magazine)
@@ -149,6 +154,7 @@ void* Pop(Magazine& magazine)
     Block* const block = magazine.top;
     magazine.top = block->next;
     --magazine.count;
+    __builtin_prefetch(magazine.top, 1);  // its link is what the next call waits for
     return block;
 }
 
@@ -172,12 +178,12 @@ void Push(Magazine& magazine, void* block)
 {
     Magazines* const magazines = t_magazines != nullptr ? t_magazines : EnterThread();
     if (magazines == nullptr) {
-        Deposit(c, new (block) Block{nullptr, nullptr});
+        Deposit(c, {new (block) Block{nullptr, nullptr}, 1});
         return;
     }
     Magazine& magazine = magazines->ofClass[c];
     if (magazine.count == kBatch) {
-        if (magazine.spare != nullptr) Deposit(c, magazine.spare);
+        Deposit(c, {magazine.spare, kBatch});
         magazine.spare = std::exchange(magazine.top, nullptr);
         magazine.count = 0;
     }
