@@ -10,7 +10,7 @@
 #include "MEMp_Counters.h"
 
 constinit MEMp_Counter MEMp_G_heapObjectBytes;
-constinit MEMp_Counter MEMp_G_heapBytes;
+constinit MEMp_SpreadCounter MEMp_G_heapBytes;
 constinit MEMp_Counter MEMp_G_accountedBytes;
 constinit MEMp_Counter MEMp_G_systemBytes;
 

@@ -1,8 +1,9 @@
-// The counters of memory in use. Each stands on a cache line of its own: they are what threads that allocate
-// share, and nothing else on the allocation path is.
+// The counters of memory in use. Each stands on a cache line of its own, and the one that every block moves on
+// several: they are what threads that allocate share, and nothing else on the allocation path is.
 #ifndef MEMP_COUNTERS_H
 #define MEMP_COUNTERS_H
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 
@@ -30,8 +31,42 @@ class MEMp_Counter {
     alignas(64) std::atomic<std::int64_t> m_bytes{0};
 };
 
+/// A counter that many threads move at once without waiting for one another: each adds to a part of its own,
+/// unless there are more threads than parts. One part may be negative, as blocks are freed by other threads than
+/// made them; the sum is what counts, and it is never below zero. A sum that is read while others add may miss
+/// what they do, which is accepted as above.
+class MEMp_SpreadCounter {
+  public:
+    void Add(std::int64_t delta) noexcept { m_parts[OwnPart()].bytes.fetch_add(delta); }
+
+    std::int64_t Get() const noexcept
+    {
+        std::uint64_t sum = 0;
+        for (const Part& part : m_parts) sum += static_cast<std::uint64_t>(part.bytes.load());
+        return std::max<std::int64_t>(static_cast<std::int64_t>(sum), 0);
+    }
+
+  private:
+    static constexpr unsigned kParts = 16;
+
+    struct alignas(64) Part {
+        std::atomic<std::int64_t> bytes{0};
+    };
+
+    // Threads stand apart by whole stacks; the multiplication spreads such distances evenly (Knuth, The Art of
+    // Computer Programming 3, 6.4, Fibonacci hashing).
+    static unsigned OwnPart() noexcept
+    {
+        const auto thread = reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()) >> 12;
+        return static_cast<unsigned>(thread * 0x9E3779B97F4A7C15u >> 60);
+    }
+    static_assert(kParts == 1u << 4);
+
+    Part m_parts[kParts];
+};
+
 extern constinit MEMp_Counter MEMp_G_heapObjectBytes;  // live heap objects; kept, and read by nobody
-extern constinit MEMp_Counter MEMp_G_heapBytes;        // blocks with their headers, and heap objects
+extern constinit MEMp_SpreadCounter MEMp_G_heapBytes;  // blocks with their headers, and heap objects
 extern constinit MEMp_Counter MEMp_G_accountedBytes;
 extern constinit MEMp_Counter MEMp_G_systemBytes;
 
