@@ -119,8 +119,8 @@ void OZipByteStream::Flush()
                                                              coded.Data(), coded.Capacity());
         if (size == 0) throw StreamError("a byte stream could not be compressed");
         m_target.Put(std::span<const std::uint8_t>{coded.Data(), size});
-        m_room.Release();
     }
+    m_room.Release();  // room that was only expected too: a later byte must find none
     m_ended = true;
     m_target.Flush();
 }

@@ -62,7 +62,7 @@ class ZVKCORE_EXPORT OStringByteStream final : public OByteStream {
     string::UTF8String& m_target;
 };
 
-/// Gives bytes.
+/// Gives bytes. A question that throws, whatever it throws, may end the stream: read again from a new one.
 class ZVKCORE_EXPORT IByteStream {
   public:
     virtual ~IByteStream();
