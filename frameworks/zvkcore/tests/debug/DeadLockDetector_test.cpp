@@ -5,7 +5,7 @@
 #include <functional>
 #include <stdexcept>
 
-#include "../Contend.h"
+#include "Contend.h"
 #include "zvkcore/threads/Gate.h"
 #include "zvkcore/threads/RecursiveMutex.h"
 #include "zvkcore/utility/ImmutableString.h"

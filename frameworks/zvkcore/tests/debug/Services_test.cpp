@@ -8,7 +8,7 @@
 #include <tuple>
 
 #include "../../source/debug/ExitSafe.h"
-#include "../Contend.h"
+#include "Contend.h"
 #include "zvkcore/debug/Assert.h"
 #include "zvkcore/debug/CodeProfiler.h"
 #include "zvkcore/debug/DebugDatabase.h"

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "../Contend.h"
+#include "Contend.h"
 
 using namespace zvkcore::debug;
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "../Contend.h"
+#include "Contend.h"
 
 using namespace zvkcore::debug;
 

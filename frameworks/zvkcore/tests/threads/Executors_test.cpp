@@ -9,7 +9,7 @@
 #include <system_error>
 #include <vector>
 
-#include "../Contend.h"
+#include "Contend.h"
 #include "zvkcore/threads/Gate.h"
 
 using namespace zvkcore::threads;

@@ -5,7 +5,7 @@
 #include <chrono>
 #include <system_error>
 
-#include "../Contend.h"
+#include "Contend.h"
 #include "zvkcore/threads/Gate.h"
 
 using namespace zvkcore::threads;

@@ -7,7 +7,7 @@
 #include <set>
 #include <stdexcept>
 
-#include "../Contend.h"
+#include "Contend.h"
 
 using namespace zvkcore::threads;
 using zvktest::Contend;

@@ -1,6 +1,8 @@
-// Threads that meet at a barrier and then contend, and a trace sink that remembers.
-#ifndef ZVKCORE_TESTS_CONTEND_H
-#define ZVKCORE_TESTS_CONTEND_H
+/// Threads that meet at a barrier and then contend, and a trace sink that remembers.
+///
+///     Contend(8, [&](int index) { Work(index); });   // back when all eight are through
+#ifndef QL_TEST_CONTEND_H
+#define QL_TEST_CONTEND_H
 
 #include <barrier>
 #include <mutex>
@@ -12,7 +14,7 @@
 
 namespace zvktest {
 
-// Runs body(0) to body(count - 1) on threads of their own that start together, and waits for all.
+/// Runs body(0) to body(count - 1) on threads of their own that start together, and waits for all.
 template <class Body>
 void Contend(int count, Body body)
 {
@@ -32,7 +34,7 @@ void OnAnotherThread(Body body)
     std::jthread thread(body);
 }
 
-// Everything that is traced while it lives.
+/// Everything that is traced while it lives.
 class TraceRecorder {
   public:
     TraceRecorder()
