@@ -160,7 +160,9 @@ void* Pop(Magazine& magazine)
 
 void Push(Magazine& magazine, void* block)
 {
-    magazine.top = new (block) Block{magazine.top, nullptr};
+    Block* const top = new (block) Block;  // its link between batches is set when it heads one
+    top->next = magazine.top;
+    magazine.top = top;
     ++magazine.count;
 }
 
@@ -190,11 +192,10 @@ void Push(Magazine& magazine, void* block)
     Push(magazine, block);
 }
 
-}  // namespace
-
-void* SmallBlockAllocator::Allocate(std::size_t size)
+// The common way of a small block stands in each of its callers: strings and containers come here for every block.
+[[gnu::always_inline]] inline void* AllocateSmall(std::size_t size)
 {
-    if (kAddressesAreChecked || size > kLargest) return ::operator new(size);
+    if (kAddressesAreChecked) return ::operator new(size);
     const std::size_t c = ClassOf(size);
     Magazines* const magazines = t_magazines;
     if (magazines == nullptr || magazines->ofClass[c].top == nullptr) [[unlikely]]
@@ -202,9 +203,9 @@ void* SmallBlockAllocator::Allocate(std::size_t size)
     return Pop(magazines->ofClass[c]);
 }
 
-void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
+[[gnu::always_inline]] inline void DisposeSmall(void* block, std::size_t size) noexcept
 {
-    if (kAddressesAreChecked || size > kLargest) return ::operator delete(block);
+    if (kAddressesAreChecked) return ::operator delete(block);
     if (block == nullptr) return;
     const std::size_t c = ClassOf(size);
     Magazines* const magazines = t_magazines;
@@ -213,16 +214,26 @@ void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
     Push(magazines->ofClass[c], block);
 }
 
-// Containers come here: most of their blocks are small, and take the way above without another call.
+}  // namespace
+
+void* SmallBlockAllocator::Allocate(std::size_t size)
+{
+    return size <= kLargest ? AllocateSmall(size) : ::operator new(size);
+}
+
+void SmallBlockAllocator::Dispose(void* block, std::size_t size) noexcept
+{
+    size <= kLargest ? DisposeSmall(block, size) : ::operator delete(block);
+}
+
 void* AllocateContainerBlock(std::size_t bytes)
 {
-    return bytes <= SmallBlockAllocator::kLargest ? SmallBlockAllocator::Allocate(bytes)
-                                                  : AllocateLargeContainerBlock(bytes);
+    return bytes <= SmallBlockAllocator::kLargest ? AllocateSmall(bytes) : AllocateLargeContainerBlock(bytes);
 }
 
 void DisposeContainerBlock(void* block, std::size_t bytes) noexcept
 {
-    bytes <= SmallBlockAllocator::kLargest ? SmallBlockAllocator::Dispose(block, bytes)
+    bytes <= SmallBlockAllocator::kLargest ? DisposeSmall(block, bytes)
                                            : DisposeLargeContainerBlock(block, bytes);
 }
 
