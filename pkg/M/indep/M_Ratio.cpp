@@ -69,13 +69,7 @@ uint32_t FailForZeroDenominator(uint32_t location, int text, M_Ratio* out)
 // Turns a result in doubles back into a ratio, and gives its status.
 uint8_t Approximate(double value, M_Ratio* out)
 {
-    int exponent = 0;
-    const double mantissa = std::frexp(value, &exponent);
-    if (mantissa == 0 || exponent <= -32) {
-        *out = {0, 1};
-        return M_Status_APPROXIMATED;
-    }
-    if (exponent >= 32) return M_Status_OVERFLOW;
+    if (std::fabs(value) >= Mp_kOutOfRange) return M_Status_OVERFLOW;
     Mp_Double2RatioSmart(value, out);
     return M_Status_APPROXIMATED;
 }

@@ -133,8 +133,7 @@ void Mp_Double2RatioSmart(double value, M_Ratio* out)
 
 uint32_t M_FpLong2Ratio(M_Ratio* out, uint8_t* overflow, double value)
 {
-    constexpr double kOutOfRange = 0x1p31;  // a binary exponent of 32
-    *overflow = std::isfinite(value) && std::fabs(value) >= kOutOfRange;
+    *overflow = std::isfinite(value) && std::fabs(value) >= Mp_kOutOfRange;
     if (*overflow != 0) {
         *out = {0, 0};
     } else {

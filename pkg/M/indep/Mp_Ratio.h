@@ -27,6 +27,9 @@ uint32_t Mp_CalcRatio(const M_Ratio* a, const M_Ratio* b, bool subtract, int tex
 /// 2^30/1 with the sign from 2^30 up; not-a-number gives 2^30/1.
 void Mp_Double2RatioSmart(double value, M_Ratio* out);
 
+/// Results in doubles from this magnitude on, a binary exponent of 32, are out of range.
+constexpr double Mp_kOutOfRange = 0x1p31;
+
 /// The full signed product in two words. Returns 0.
 uint32_t Mp_LongMul(int32_t a, int32_t b, M_Int64* out);
 
