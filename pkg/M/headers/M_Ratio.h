@@ -121,8 +121,8 @@ U_EXPORT uint32_t M_CompareRatio(const M_Ratio* a, const M_Ratio* b, int32_t* re
 U_EXPORT uint32_t M_MinRatio(const M_Ratio* a, const M_Ratio* b, M_Ratio* out);
 U_EXPORT uint32_t M_MaxRatio(const M_Ratio* a, const M_Ratio* b, M_Ratio* out);
 
-/// Holds x inside low and high, both included. low above high is reported, returns 3 and leaves `out` as it
-/// was, and so does a zero denominator in low or high.
+/// Holds x inside low and high, both included. low above high is reported and returns 3. That, and a zero
+/// denominator in low or high, which returns its own code, leave `out` as it was.
 U_EXPORT uint32_t M_ClipRatio(const M_Ratio* x, const M_Ratio* low, const M_Ratio* high, M_Ratio* out);
 
 /// Holds x inside start and start + duration, both included. The sum is exact: its overflow is a failure.
