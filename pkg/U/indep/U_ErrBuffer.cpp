@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <new>
+#include <utility>
 
 #include "U_String.h"
 #include "Up_Err.h"
@@ -13,13 +14,10 @@
 
 namespace {
 
-struct ThreadRecords {
-    char* buffer;
-    Up_LastErrorState* last;
-    bool hasEnded;  // nothing is made any more
-};
-
-thread_local constinit ThreadRecords t_records{nullptr, nullptr, false};
+// Owned by the thread; null before its first report.
+thread_local constinit char* s_thread_logging_buffer = nullptr;
+thread_local constinit Up_LastErrorState* s_thread_last_error = nullptr;
+thread_local constinit bool t_hasEnded = false;  // nothing is made any more
 
 // Shared by all threads that could not have a buffer of their own; its last byte stays 0, so it is a
 // terminated text whatever two such threads write into it.
@@ -28,9 +26,9 @@ char s_fallback_logging_buffer[Up_kLoggingBufferSize];
 struct ThreadEnd {
     ~ThreadEnd()
     {
-        Up_CleanupThreadLoggingBuffer(t_records.buffer);
-        Up_CleanupThreadLastErrorState(t_records.last);
-        t_records = {nullptr, nullptr, true};
+        t_hasEnded = true;
+        Up_CleanupThreadLoggingBuffer(std::exchange(s_thread_logging_buffer, nullptr));
+        Up_CleanupThreadLastErrorState(std::exchange(s_thread_last_error, nullptr));
     }
 };
 
@@ -38,7 +36,7 @@ struct ThreadEnd {
 template <class T, class Make>
 T* ThreadRecord(T*& record, bool create, Make&& make) noexcept
 {
-    if (record || !create || t_records.hasEnded) return record;
+    if (record || !create || t_hasEnded) return record;
     try {
         static thread_local ThreadEnd t_end;
         static_cast<void>(&t_end);
@@ -51,7 +49,7 @@ T* ThreadRecord(T*& record, bool create, Make&& make) noexcept
 
 Up_LastErrorState* LastErrorState(bool create) noexcept
 {
-    return ThreadRecord(t_records.last, create, [] { return new Up_LastErrorState{}; });
+    return ThreadRecord(s_thread_last_error, create, [] { return new Up_LastErrorState{}; });
 }
 
 }  // namespace
@@ -67,7 +65,7 @@ void Up_CleanupThreadLoggingBuffer(char* buffer)
 
 char* Up_GetThreadLoggingBufferEx(bool do_not_create)
 {
-    char* buffer = ThreadRecord(t_records.buffer, !do_not_create, [] {
+    char* buffer = ThreadRecord(s_thread_logging_buffer, !do_not_create, [] {
         char* made = new char[Up_kLoggingBufferSize];
         made[0] = 0;
         return made;

@@ -24,17 +24,13 @@ namespace {
 using Waiting = std::list<Up_PostErrorData>;
 using Entries = std::vector<Up_PostErrorData>;
 
-// What the UI thread showed last: the contract's S_last_main_thread_ location, severity and message.
-struct ShownError {
-    U_UTF16String location;
-    U_Severity severity = U_Sev_NONE;
-    U_UTF16String message;
-};
-
 struct PostedErrors {
     Waiting waiting;                 // in posting order
     std::list<Entries> interrupted;  // folded, left over by drains that an exception ended; oldest first
-    ShownError last_shown;
+    // What the UI thread showed last.
+    U_UTF16String S_last_main_thread_location;
+    U_Severity S_last_main_thread_severity = U_Sev_NONE;
+    U_UTF16String S_last_main_thread_message;
 };
 
 // Guards the pointer and all that it points to. It stands from load time, so that a post outside birth and
@@ -50,8 +46,10 @@ bool IsRepeatOfLastShown(const U_UTF16String& location_text, U_Severity severity
 {
     const std::lock_guard lock(s_post_mutex);
     if (!s_posted_errors) return false;
-    const ShownError& last = s_posted_errors->last_shown;
-    return last.severity == severity && last.location == location_text && last.message == message;
+    const PostedErrors& posted = *s_posted_errors;
+    return posted.S_last_main_thread_severity == severity &&
+           posted.S_last_main_thread_location == location_text &&
+           posted.S_last_main_thread_message == message;
 }
 
 Err Append(Up_PostErrorData&& entry)
@@ -196,9 +194,12 @@ void U_DisplayPostedErrors()
 void Up_RememberShownError(const U_UTF16String& location_text, U_Severity severity,
                            const U_UTF16String& message)
 {
-    ShownError shown{location_text, severity, message};  // copied before the lock, so it cannot fail inside
+    U_UTF16String location = location_text, text = message;  // before the lock, so it cannot fail inside
     const std::lock_guard lock(s_post_mutex);
-    if (s_posted_errors) std::swap(s_posted_errors->last_shown, shown);
+    if (!s_posted_errors) return;
+    s_posted_errors->S_last_main_thread_location.swap(location);
+    s_posted_errors->S_last_main_thread_severity = severity;
+    s_posted_errors->S_last_main_thread_message.swap(text);
 }
 
 void U_ClearLastReportedError()
