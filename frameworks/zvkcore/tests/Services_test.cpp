@@ -20,6 +20,7 @@
 #include "zvkcore/utility/Guid.h"
 #include "zvkcore/utility/HashValueMixer.h"
 #include "zvkcore/utility/ImmutableString.h"
+#include "zvkcore/utility/ScAutoreleasePool.h"
 #include "zvkcore/utility/System.h"
 #include "zvkcore/utility/Timer.h"
 
@@ -341,6 +342,31 @@ TEST(SmallRecords, KeepTheirOrder)
     EXPECT_EQ(dictionary.GetEntries()[0].first, "b");
     EXPECT_EQ(*dictionary.Find("b"), "3"_utf8);
     EXPECT_EQ(dictionary.Find("c"), nullptr);
+}
+
+TEST(ReleasePool, GivesBackTheNewestFirstAndNestsByThread)
+{
+    using utility::ScAutoreleasePool;
+    std::string order;
+    const auto give = [&](char name) { return [&order, name] { order += name; }; };
+    EXPECT_FALSE(ScAutoreleasePool::Autorelease(give('x'))) << "nobody to take it";
+    {
+        const ScAutoreleasePool outer;
+        EXPECT_TRUE(ScAutoreleasePool::Autorelease(give('1')));
+        EXPECT_TRUE(ScAutoreleasePool::Autorelease({}));
+        try {
+            const ScAutoreleasePool inner;
+            ScAutoreleasePool::Autorelease([&] { ScAutoreleasePool::Autorelease(give('4')); });
+            ScAutoreleasePool::Autorelease(give('3'));
+            std::thread{[&] { EXPECT_FALSE(ScAutoreleasePool::Autorelease(give('x'))); }}.join();
+            throw 1;
+        } catch (int) {
+            EXPECT_EQ(order, "34");
+        }
+        ScAutoreleasePool::Autorelease(give('2'));
+    }
+    EXPECT_EQ(order, "3421");
+    EXPECT_FALSE(ScAutoreleasePool::Autorelease(give('x')));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "Up_Posted.h"
 #include "zvkcore/config/Config.h"
 #include "zvkcore/string/Convert.h"
+#include "zvkcore/utility/ScAutoreleasePool.h"
 #include "zvkui/dialogs/MessageBox.h"
 
 namespace {
@@ -96,8 +97,10 @@ void ShowMessageBox(const U_UTF16String& location_text, U_Severity severity, con
                            {}, dialog_size, 0.0f);
 }
 
+// A presenter has no scope that outlives the alert, so it may hand to the pool what the alert needs.
 void ShowAlert(const U_UTF16String& location_text, U_Severity severity, const U_UTF16String& message)
 {
+    const zvkcore::utility::ScAutoreleasePool pool;
     zvkui::dialogs::Alert alert;
     alert.header = zvkcore::config::GetClientName();
     alert.message = location_text + u"\n\n"_u16 + message + u"\n\n"_u16;

@@ -3,6 +3,7 @@
 #include "U_ErrState.h"
 #include "Up_Err.h"
 #include "zvkcore/config/Config.h"
+#include "zvkcore/utility/ScAutoreleasePool.h"
 
 namespace {
 
@@ -83,6 +84,19 @@ TEST_F(ErrDialog, IsAMessageBoxOverTheWindowAndAnAlertWithoutOne)
         EXPECT_EQ(Dialogs()[2].text, "message");
         EXPECT_EQ(Dialogs()[2].title, "Sample");
     }
+}
+
+TEST_F(ErrDialog, AnAlertGivesBackWhatItsPresenterHandedOver)
+{
+    int held = 0;
+    Presenter().whileShown = [&] {
+        ++held;
+        ASSERT_TRUE(zvkcore::utility::ScAutoreleasePool::Autorelease([&] { --held; }));
+        throw 9;
+    };
+    EXPECT_EQ(Up_ReportErrString(0, U_Sev_WARNING, "text"), 9);
+    EXPECT_EQ(Dialogs().size(), 1u);
+    EXPECT_EQ(held, 0);
 }
 
 TEST_F(ErrDialog, DeathDropsTheWindowEvenWhenItFails)

@@ -73,7 +73,8 @@ class ZVKCORE_EXPORT Presenter {
     virtual ~Presenter();
     virtual int ShowMessagebox(const messagebox::Request& request) = 0;
 
-    /// Shows it as a message box without a parent, unless the host does better.
+    /// Shows it as a message box without a parent, unless the host does better. A report shows its alert
+    /// inside a `zvkcore::utility::ScAutoreleasePool`: what is handed to that is given back behind the alert.
     virtual void ShowAlert(const Alert& alert);
 };
 
