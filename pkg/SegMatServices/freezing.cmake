@@ -3,6 +3,3 @@ ql_package(SegMatServices_freezing HEADERS headers INSTALL SMS_Pixels.h PRIVATE 
   SOURCES
     indep/SMS_Freezing.cpp indep/SMS_FreezingSegmenter.cpp indep/SMS_FrozenFrames.cpp indep/SMS_Pixels.cpp
     indep/SMS_SpanRender.cpp indep/SMS_SpanRenderFrameData.cpp indep/SMS_ViewResizer.cpp)
-ql_tests(SegMatServices_freezing_tests
-  SOURCES tests/SMS_Freezing_test.cpp tests/SMS_Pixels_test.cpp tests/SMS_SpanRender_test.cpp
-  LIBS ql_test_support)

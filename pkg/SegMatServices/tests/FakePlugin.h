@@ -1,89 +1,113 @@
-// A plug-in that renders nothing and remembers everything: what it made, under which identity, and what was
-// purged.
+// A plug-in whose objects paint their output with one value and write down what they are asked. All of them follow one
+// script, which may tell them to throw.
 #ifndef SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 #define SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 
-#include <string>
-#include <vector>
+#include <functional>
 
-#include "SegMatServices.h"
+#include "FakeHost.h"
 #include "zvkcore/debug/Assert.h"
 
 namespace smstest {
 
-using zvkcore::utility::Guid;
-using Log = std::vector<std::string>;
+struct Script {
+    Calls calls;
+    bool result = true;  // of each render
+    bool makesNothing = false, makesNoMatter = false;
+    uint8_t paint = 100;  // painted at local frame 0; each frame on adds 1
+    std::function<void()> whileRendering;
+    std::set<int> cached{0, 1, 4, 5};
+};
 
 template <class Base>
-class Fake : public Base {
+class Actor : public Base {
   public:
-    Fake(Guid identity, Log* log) : m_identity(identity), m_log(log) {}
+    Actor(Script& script, const char* name, Guid identity = {})
+        : m_script(script), m_name(name), m_identity(identity)
+    {
+    }
 
-    tessaly::Segmenter* Clone() override { return new Fake(m_identity, m_log); }
-    int GetValidCachedFrameArray(tessaly::RenderFrameData&, boost::shared_array<int>& frames, int,
-                                 int) override
+    Segmenter* Clone() override { return new Actor(m_script, m_name); }
+    int GetValidCachedFrameArray(RenderFrameData&, boost::shared_array<int>& frames, int, int) override
     {
-        frames.reset();
-        return 0;
+        Note("array");
+        frames.reset(new int[m_script.cached.size()]);
+        std::copy(m_script.cached.begin(), m_script.cached.end(), frames.get());
+        return static_cast<int>(m_script.cached.size());
     }
-    boost::shared_ptr<std::set<int>> GetValidCachedFrameSet(tessaly::RenderFrameData&) override { return {}; }
-    bool Render(int, tessaly::Segmenter*, tessaly::RenderFrameData&, tessaly::Segmenter const*,
-                boost::shared_ptr<tessaly::CrossRenderCache>&, unsigned char*,
-                tessaly::RenderFrameData::OutputType*, tessaly::OutputIndex) override
+    boost::shared_ptr<std::set<int>> GetValidCachedFrameSet(RenderFrameData&) override
     {
-        return true;
+        Note("set");
+        return boost::make_shared<std::set<int>>(std::set<int>{2, 3});
     }
-    void Initialize(tessaly::RenderFrameData&, tessaly::Segmenter const*,
-                    boost::shared_ptr<tessaly::CrossRenderCache>&) override
+    bool Render(int frame, Segmenter*, RenderFrameData& data, Segmenter const*,
+                boost::shared_ptr<CrossRenderCache>&, unsigned char*, RenderFrameData::OutputType* type,
+                OutputIndex index) override
     {
+        const auto value = static_cast<uint8_t>(m_script.paint + frame);
+        for (const OutputIndex output : {index, OutputIndex_Trimap}) {
+            const AnyImageView view = data.AllocateOutput(output);
+            const auto pixels = boost::variant2::get<Gray8View>(view);
+            boost::gil::fill_pixels(pixels, boost::gil::gray8_pixel_t{value});
+        }
+        if (type != nullptr) *type = RenderFrameData::OutputType_Matte;
+        if (m_script.whileRendering) m_script.whileRendering();
+        Note("render " + std::to_string(frame));
+        return m_script.result;
     }
-    void ClearRFDPtr() override {}
-    void PurgeAll() override
+    void Initialize(RenderFrameData&, Segmenter const*, boost::shared_ptr<CrossRenderCache>&) override
     {
-        if (m_log) m_log->push_back("purge " + Name());
+        Note("init");
     }
+    void ClearRFDPtr() override { Note("clear"); }
+    void PurgeAll() override { Note("purge " + Name()); }
 
     std::string Name() const { return std::string(zvkcore::string::View(m_identity.AsUTF8String())); }
 
   private:
+    void Note(const std::string& call) { m_script.calls.Note(m_name + (" " + call)); }
+
+    Script& m_script;
+    const char* m_name;
     Guid m_identity;
-    Log* m_log;
 };
 
-using FakeSegmenter = Fake<tessaly::Segmenter>;
-using FakeMatter = Fake<tessaly::Matter>;
-
-class FakeCreator : public tessaly::Creator<tessaly::Segmenter> {
+class FakeCreator : public Creator<Segmenter> {
   public:
-    explicit FakeCreator(Log* log = nullptr) : m_log(log) {}
+    explicit FakeCreator(Script& script) : m_script(script) {}
 
-    tessaly::Segmenter* Create(Guid identity) override { return new FakeSegmenter(identity, m_log); }
-    tessaly::Segmenter* CreateMatter(Guid identity) override
+    Segmenter* Create(Guid identity) override
     {
-        if (makesNoMatter) return new FakeSegmenter(identity, m_log);
-        return new FakeMatter(identity, m_log);
+        last = identity;
+        return m_script.makesNothing ? nullptr : new Actor<Segmenter>(m_script, "seg", identity);
+    }
+    Segmenter* CreateMatter(Guid identity) override
+    {
+        if (m_script.makesNoMatter) return Create(identity);
+        return m_script.makesNothing ? nullptr : new Actor<Matter>(m_script, "hair", identity);
     }
 
-    bool makesNoMatter = false;
+    Guid last;
 
   private:
-    Log* m_log;
+    Script& m_script;
 };
 
-// Registers a creator for a scope.
-class Registration {
-  public:
-    Registration(FakeCreator* creator, std::string_view name) : m_creator(creator)
-    {
-        tessaly::SegmenterProperties properties;
-        properties.name = zvkcore::string::Units(name);
-        tessaly::RegisterCreator<tessaly::Segmenter>(creator, properties);
-    }
-    ~Registration() { tessaly::UnregisterCreator<tessaly::Segmenter>(m_creator); }
-    Registration(const Registration&) = delete;
+inline SegmenterProperties Named(const char* name)
+{
+    SegmenterProperties properties;
+    properties.name = zvkcore::string::Units(name);
+    return properties;
+}
 
-  private:
-    FakeCreator* m_creator;
+// A plug-in that has offered its creator under the name "Fake".
+struct FakePlugin {
+    FakePlugin() { RegisterCreator<Segmenter>(&creator, Named("Fake")); }
+    ~FakePlugin() { UnregisterCreator<Segmenter>(&creator); }
+    FakePlugin(const FakePlugin&) = delete;
+
+    Script script;
+    FakeCreator creator{script};
 };
 
 // Hears the assertions of a scope: "expression|message" each.

@@ -9,13 +9,10 @@
 
 #include "FailingAllocator.h"
 #include "FakePlugin.h"
-#include "zvkcore/utility/HashValueMixer.h"
 
 namespace {
 
-using namespace tessaly;
 using namespace smstest;
-using namespace zvkcore::string::literals;
 using M = SpanManager;
 
 constexpr auto kForward = M::SpanDirection_Forward;
@@ -26,7 +23,7 @@ constexpr FrameCount kLongest = std::numeric_limits<FrameCount>::max();
 
 class Spans : public testing::Test {
   protected:
-    // Fills the manager from {frame, forward, backward}.
+    // Manual frames from {frame, forward, backward}.
     void Set(std::initializer_list<M::SpanInfo> spans)
     {
         for (const auto& span : spans) {
@@ -34,11 +31,9 @@ class Spans : public testing::Test {
         }
     }
 
-    Log log;
-    FakeCreator creator{&log};
-    Registration registration{&creator, "Fake"};
+    FakePlugin plugin;
     Guid guid = Guid::CreateFromBytes("manager", 7);
-    M manager{guid, true, "Fake"_utf8, boost::rational<int>(1, 25)};
+    M manager{guid, true, "Fake"_utf8, {1, 25}};
 };
 
 TEST_F(Spans, CoverFrames)
@@ -59,14 +54,11 @@ TEST_F(Spans, CoverFrames)
             EXPECT_EQ(manager.IsActiveFrame(frame, direction), base != 0);
             EXPECT_EQ(span.baseFrame, base);
             EXPECT_EQ(manager.GetSpanDuration(frame, direction), span.duration);
-            if (base == 0) {
-                EXPECT_FALSE(span.segmenter || span.matter);
-                continue;
-            }
-            const auto& pair = manager.GetSpans().at(base);
-            EXPECT_EQ(manager.GetActiveManualFrameIndex(frame, direction), base);
+            const M::SpanPair pair = base == 0 ? M::SpanPair() : manager.GetSpans().at(base);
             EXPECT_EQ(span.segmenter, direction ? pair.backwardSegmenter : pair.forwardSegmenter);
             EXPECT_EQ(span.matter, direction ? pair.backwardMatter : pair.forwardMatter);
+            if (base == 0) continue;
+            EXPECT_EQ(manager.GetActiveManualFrameIndex(frame, direction), base);
         }
         FrameCount backward = 7, forward = 7;
         EXPECT_EQ(manager.GetManualFrame(frame, backward, forward), forwardBase != 0) << "forward spans only";
@@ -88,17 +80,16 @@ TEST_F(Spans, ReachTheEndsOfFrameNumbersWithoutWrapping)
     EXPECT_EQ(manager.CalcActiveRangeExtension(-5, kBackward, kLongest), kLongest);
 }
 
-struct ExtensionRow {
-    const char* name;
-    M::SpanInfo span, neighbour;
-    FrameIndex frame;
-    M::SpanDirection direction;
-    FrameCount extension, duration;
-};
-
 TEST_F(Spans, ExtendUpToTheirNeighbours)
 {
-    const ExtensionRow rows[] = {
+    struct Row {
+        const char* name;
+        M::SpanInfo span, neighbour;
+        FrameIndex frame;
+        M::SpanDirection direction;
+        FrameCount extension, duration;
+    };
+    const Row rows[] = {
         {"flush forward", {10, 5, 3}, {30, 0, 4}, 12, kForward, 100, 17},
         {"flush backward", {30, 1, 5}, {10, 4, 9}, 28, kBackward, 100, 17},
         {"over a neighbour without an opposite span", {10, 5, 3}, {30, 9, 0}, 12, kForward, 100, 21},
@@ -106,21 +97,13 @@ TEST_F(Spans, ExtendUpToTheirNeighbours)
         {"as far as asked", {10, 5, 3}, {30, 0, 4}, 12, kForward, 8, 10},
         {"never shorter", {10, 5, 3}, {30, 0, 4}, 12, kForward, 1, 5},
         {"never shorter backward", {30, 1, 5}, {10, 4, 9}, 30, kBackward, 0, 5},
-        {"a neighbour over the base counts as unsigned",
-         {10, 5, 3},
-         {30, 0, 25},
-         12,
-         kForward,
-         1,
-         static_cast<FrameCount>(-4)},
+        {"over the base is unsigned", {10, 5, 3}, {30, 0, 25}, 12, kForward, 1, static_cast<FrameCount>(-4)},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        M spans{guid, true, "Fake"_utf8, boost::rational<int>(1)};
-        for (const auto& span : {row.span, row.neighbour}) {
-            spans.SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
-        }
-        EXPECT_EQ(spans.CalcActiveRangeExtension(row.frame, row.direction, row.extension), row.duration);
+        Set({row.span, row.neighbour});
+        EXPECT_EQ(manager.CalcActiveRangeExtension(row.frame, row.direction, row.extension), row.duration)
+            << row.name;
+        for (const auto& span : {row.span, row.neighbour}) manager.ClearManualFrame(span.baseFrame);
     }
 }
 
@@ -153,21 +136,26 @@ TEST_F(Spans, KeepAManualFrameThatIsThere)
     EXPECT_EQ(manager.SetSpanDuration(10, kForward, 0), 2u);
     EXPECT_TRUE(manager.IsManualFrame(10));
     EXPECT_EQ(manager.SetSpanDuration(10, kForward, 1), 0u) << "a span of no duration covers nothing";
+    testing::internal::CaptureStdout();
+    manager.DumpSpanDataToConsole();
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "  SpanManager i_spans_map\n   base frame @ 10, backward duration 0, forward duration 0\n"
+              "   base frame @ 20, backward duration 2, forward duration 1\n");
 }
 
 // Threads work with their copies of spans while the owner takes the manual frames away.
 TEST_F(Spans, OutliveTheirManualFramesInCopies)
 {
     constexpr FrameIndex kFrames = 200;
-    FakeCreator silent;
-    const Registration other{&silent, "Silent"};
-    M spans{guid, true, "Silent"_utf8, boost::rational<int>(1)};
-    for (FrameIndex frame = 0; frame < kFrames; ++frame) spans.SetManualFrame(frame, 1, 1);
+    plugin.script.calls.silent = true;
+    for (FrameIndex frame = 0; frame < kFrames; ++frame) manager.SetManualFrame(frame, 1, 1);
     std::vector<std::vector<M::SingleSpan>> copies(3, std::vector<M::SingleSpan>(kFrames));
     for (auto& own : copies) {
         for (FrameIndex frame = 0; frame < kFrames; ++frame)
-            spans.GetActiveSpan(frame, kForward, &own[frame]);
+            manager.GetActiveSpan(frame, kForward, &own[frame]);
     }
+    const boost::weak_ptr<Segmenter> last = copies[0][kFrames - 1].segmenter;
     std::barrier start{4};
     std::vector<std::thread> threads;
     for (auto& own : copies) {
@@ -176,63 +164,68 @@ TEST_F(Spans, OutliveTheirManualFramesInCopies)
             for (auto& span : own) span = (span.segmenter->PurgeAll(), M::SingleSpan{});
         });
     }
-    const boost::weak_ptr<Segmenter> last = copies[0][kFrames - 1].segmenter;
     start.arrive_and_wait();
-    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) spans.ClearManualFrame(frame);
+    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) manager.ClearManualFrame(frame);
     for (auto& thread : threads) thread.join();
     EXPECT_TRUE(last.expired());
-    EXPECT_TRUE(spans.GetSpanInfo().empty());
+    EXPECT_TRUE(manager.GetSpanInfo().empty());
 }
 
-std::string Identity(std::string_view label, const Guid& manager, int32_t index)
-{
-    std::string bytes{label};
-    bytes.append(reinterpret_cast<const char*>(manager.GuidToBytes()), Guid::kSize);
-    bytes.append(reinterpret_cast<const char*>(&index), sizeof index);
-    return FakeSegmenter(Guid::CreateFromBytes(bytes.data(), bytes.size()), nullptr).Name();
-}
-
-Log IdentitiesOf(const M& manager, FrameIndex frame)
+// The names of the objects of a frame, slot by slot, and what they are to be.
+Log NamesOf(const M& manager, FrameIndex frame)
 {
     const auto& pair = manager.GetSpans().at(frame);
-    return {dynamic_cast<FakeSegmenter&>(*pair.backwardSegmenter).Name(),
-            dynamic_cast<FakeSegmenter&>(*pair.forwardSegmenter).Name(),
-            dynamic_cast<FakeMatter&>(*pair.backwardMatter).Name(),
-            dynamic_cast<FakeMatter&>(*pair.forwardMatter).Name()};
+    return {dynamic_cast<Actor<Segmenter>&>(*pair.backwardSegmenter).Name(),
+            dynamic_cast<Actor<Segmenter>&>(*pair.forwardSegmenter).Name(),
+            dynamic_cast<Actor<Matter>&>(*pair.backwardMatter).Name(),
+            dynamic_cast<Actor<Matter>&>(*pair.forwardMatter).Name()};
 }
 
-Log Expected(const Guid& guid, int32_t index)
+Log Expected(const Guid& manager, int32_t index)
 {
-    return {Identity("seg.backwards", guid, index), Identity("seg.foward", guid, index),
-            Identity("hair.backwards", guid, index), Identity("hair.foward", guid, index)};
+    Log names;
+    for (std::string bytes : {"seg.backwards", "seg.foward", "hair.backwards", "hair.foward"}) {
+        bytes.append(reinterpret_cast<const char*>(manager.GuidToBytes()), Guid::kSize);
+        bytes.append(reinterpret_cast<const char*>(&index), sizeof index);
+        const Guid identity = Guid::CreateFromBytes(bytes.data(), bytes.size());
+        names.emplace_back(zvkcore::string::View(identity.AsUTF8String()));
+    }
+    return names;
 }
 
 TEST_F(Spans, AreIdentifiedByTheirPlaceWhenTheyWereMade)
 {
     Set({{20, 1, 1}, {10, 1, 1}});
-    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(guid, 0));
-    EXPECT_EQ(IdentitiesOf(manager, 10), Expected(guid, 1));
+    EXPECT_EQ(NamesOf(manager, 20), Expected(guid, 0));
+    EXPECT_EQ(NamesOf(manager, 10), Expected(guid, 1));
 
     Log purged;
     for (int32_t index : {1, 0}) {
-        for (const auto& name : Expected(guid, index)) purged.push_back("purge " + name);
+        const Log names = Expected(guid, index);
+        for (std::size_t slot = 0; slot < 4; ++slot)
+            purged.push_back((slot < 2 ? "seg purge " : "hair purge ") + names[slot]);
     }
     manager.PurgeAllCaches();
-    EXPECT_EQ(log, purged) << "former objects in frame order, slot by slot";
-    EXPECT_EQ(IdentitiesOf(manager, 10), Expected(guid, 0));
-    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(guid, 1));
+    EXPECT_EQ(plugin.script.calls.log, purged) << "former objects in frame order, slot by slot";
+    EXPECT_EQ(NamesOf(manager, 10), Expected(guid, 0));
+    EXPECT_EQ(NamesOf(manager, 20), Expected(guid, 1));
 
     const Guid other = Guid::CreateFromBytes("other", 5);
     manager.UpdateGuid(other);
-    EXPECT_EQ(IdentitiesOf(manager, 20), Expected(other, 1));
+    EXPECT_EQ(NamesOf(manager, 20), Expected(other, 1));
     EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 1, 1}, {20, 1, 1}}));
+
+    plugin.script.makesNoMatter = true;
+    Set({{30, 1, 1}});
+    EXPECT_EQ(manager.GetSpans().at(30).forwardMatter, nullptr) << "what is no matter is dropped";
+    EXPECT_NE(manager.GetSpans().at(30).forwardSegmenter, nullptr);
 }
 
 TEST_F(Spans, SurviveEveryFailedAllocation)
 {
     bool whole = true;
     qltest::EveryAllocationFails([&] {
-        M spans{guid, true, "Fake"_utf8, boost::rational<int>(1)};
+        M spans{guid, true, "Fake"_utf8, {1, 25}};
         spans.SetManualFrame(10, 3, 5);
         FrameIndex frame = 11;
         try {
@@ -242,27 +235,9 @@ TEST_F(Spans, SurviveEveryFailedAllocation)
             throw;
         }
         const U_UTF8String text = spans.SerializeToXMLSnippet();
-        return M(guid, false, text, boost::rational<int>(1)).GetSpanInfo() == spans.GetSpanInfo();
+        return M(guid, false, text, {1, 25}).GetSpanInfo() == spans.GetSpanInfo();
     });
     EXPECT_TRUE(whole) << "a frame is either there, in the map and in the search, or it is not";
-}
-
-TEST_F(Spans, TakeNoMatterThatIsNone)
-{
-    creator.makesNoMatter = true;
-    Set({{1, 1, 1}});
-    EXPECT_EQ(manager.GetSpans().at(1).forwardMatter, nullptr);
-    EXPECT_NE(manager.GetSpans().at(1).forwardSegmenter, nullptr);
-}
-
-TEST_F(Spans, PrintTheMap)
-{
-    Set({{10, 5, 3}});
-    testing::internal::CaptureStdout();
-    manager.DumpSpanDataToConsole();
-    std::fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "  SpanManager i_spans_map\n   base frame @ 10, backward duration 3, forward duration 5\n");
 }
 
 }  // namespace

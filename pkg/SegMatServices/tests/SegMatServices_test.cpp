@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <barrier>
 #include <cstdlib>
+#include <thread>
 
 #include "FailingAllocator.h"
 #include "FakePlugin.h"
@@ -11,25 +13,17 @@
 
 namespace {
 
-using namespace tessaly;
 using namespace smstest;
-using namespace zvkcore::string::literals;
-
-SegmenterProperties Named(const U_UTF8String& name)
-{
-    SegmenterProperties properties;
-    properties.name = name;
-    return properties;
-}
 
 TEST(Factory, FirstNameIsTheDefaultAndFirstCreatorOfANameStays)
 {
     Factory<Segmenter> factory;
-    FakeCreator first, second;
+    Script script;
+    FakeCreator first{script}, second{script};
     EXPECT_EQ(factory.LookupCreator(""_utf8, true), nullptr);
-    factory.Register(&first, Named("first"_utf8));
-    factory.Register(&second, Named("second"_utf8));
-    factory.Register(&second, Named("first"_utf8));
+    factory.Register(&first, Named("first"));
+    factory.Register(&second, Named("second"));
+    factory.Register(&second, Named("first"));
     EXPECT_EQ(factory.LookupCreator(""_utf8, false), &first);
     EXPECT_EQ(factory.LookupCreator("first"_utf8, false), &first);
     EXPECT_EQ(factory.LookupCreator("second"_utf8, false), &second);
@@ -37,7 +31,7 @@ TEST(Factory, FirstNameIsTheDefaultAndFirstCreatorOfANameStays)
 
     factory.Unregister(&first);
     EXPECT_EQ(factory.LookupCreator(""_utf8, true), nullptr) << "the default name stays";
-    factory.Register(&second, Named("first"_utf8));
+    factory.Register(&second, Named("first"));
     EXPECT_EQ(factory.LookupCreator(""_utf8, true), &second);
 }
 
@@ -52,19 +46,30 @@ TEST(Factory, MissingPluginIsAnErrorUnlessQuiet)
     }
 }
 
-class Computed : public Computator {
+// Sums 1 to a key, each sum from the one before it.
+class Sum : public Computator {
   public:
-    explicit Computed(int& computed) : m_computed(computed) {}
+    struct Result : Value {
+        explicit Result(int64_t s) : sum(s) {}
+        int64_t sum;
+    };
 
-    long long GetCacheKey() override { return 0; }
+    Sum(int64_t key, std::atomic<int>& computed) : m_key(key), m_computed(computed) {}
+    long long GetCacheKey() override { return m_key; }
     boost::shared_ptr<Value> Compute() override
     {
         ++m_computed;
-        return boost::shared_ptr<Value>(new Value);
+        return boost::make_shared<Result>(m_key == 0 ? 0 : m_key + Of(m_key - 1, m_computed));
+    }
+    static int64_t Of(int64_t key, std::atomic<int>& computed)
+    {
+        Sum sum(key, computed);
+        return boost::static_pointer_cast<Result>(CheckoutOrRender({}, sum))->sum;
     }
 
   private:
-    int& m_computed;
+    int64_t m_key;
+    std::atomic<int>& m_computed;
 };
 
 class CostIndex : public CacheIndex {
@@ -80,34 +85,54 @@ class CostIndex : public CacheIndex {
 
 TEST(CheckoutOrRender, ComputesEveryTimeWithoutAnIndexAndOnceWithOne)
 {
-    int computed = 0;
-    Computed first{computed};
-    CheckoutOrRender(Guid(), first);
-    CheckoutOrRender(Guid(), first);
-    EXPECT_EQ(computed, 2);
+    std::atomic<int> computed{0};
+    EXPECT_EQ(Sum::Of(3, computed), 6);
+    EXPECT_EQ(Sum::Of(3, computed), 6);
+    EXPECT_EQ(computed, 8);
 
-    const boost::shared_ptr<CostIndex> index(new CostIndex);
+    const auto index = boost::make_shared<CostIndex>();
     RegisterGlobalCacheIndex(index);
-    EXPECT_EQ(CheckoutOrRender(Guid(), first), CheckoutOrRender(Guid(), first));
-    EXPECT_EQ(computed, 3);
-    ASSERT_EQ(index->costs.size(), 1u);
+    EXPECT_EQ(Sum::Of(3, computed), Sum::Of(3, computed));
+    EXPECT_EQ(computed, 12);
+    ASSERT_EQ(index->costs.size(), 4u);
     EXPECT_TRUE(index->costs[0] >= 0 && index->costs[0] < 30) << "seconds, not nanoseconds";
 
     const Guid other = Guid::CreateFromBytes("x", 1);
     EXPECT_EQ(index->Find(other, 0, SearchTolerance_Exact), nullptr) << "keys belong to an identity";
     EXPECT_EQ(index->Delete(other, 0), nullptr);
     EXPECT_NE(index->Delete(Guid(), 0), nullptr);
-    CheckoutOrRender(Guid(), first);
-    EXPECT_EQ(computed, 4);
+    Sum::Of(0, computed);
+    EXPECT_EQ(computed, 13);
     index->PurgeAll();
     EXPECT_EQ(index->Find(Guid(), 0, SearchTolerance_Exact), nullptr);
     RegisterGlobalCacheIndex({});
 }
 
+TEST(CheckoutOrRender, ComputesNothingTwiceOnManyThreads)
+{
+    constexpr int kThreads = 4, kKeys = 40;
+    std::atomic<int> computed{0};
+    RegisterGlobalCacheIndex(boost::make_shared<CacheIndex>("sums"));
+    std::barrier start(kThreads);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(kThreads);
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            start.arrive_and_wait();
+            for (int key = kKeys - 1; key >= 0; key -= 1 + t)
+                wrong[static_cast<size_t>(t)] += Sum::Of(key, computed) != key * (key + 1) / 2;
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    RegisterGlobalCacheIndex({});
+    EXPECT_EQ(wrong, std::vector<int>(kThreads));
+    EXPECT_EQ(computed, kKeys);
+}
+
 TEST(CheckoutOrRender, SurvivesEveryFailedAllocation)
 {
-    int computed = 0;
-    Computed wanted{computed};
+    std::atomic<int> computed{0};
+    Sum wanted{0, computed};
     bool whole = true;
     qltest::EveryAllocationFails([&] {
         CacheIndex index("short of memory");
@@ -142,7 +167,7 @@ TEST(Callbacks, AssertWithoutAHostAndAskOne)
     EXPECT_TRUE(!AreExperimentalParametersEnabled() && GetPreferenceBool("x", true) && NewCacheIndex("x"));
     EXPECT_EQ(assertions.heard, Log(3, "S_callbacksP.get()|"));
 
-    const boost::shared_ptr<Host> host(new Host);
+    const auto host = boost::make_shared<Host>();
     RegisterCallbacks(host);
     void* const block = Allocate(100);
     EXPECT_EQ(host->inUse, 100u);
