@@ -229,6 +229,9 @@ U_EXPORT Err MVAddHostPlugin(MVPluginList* list, MVPluginEntry entry, void* host
 
 /// Lists every plug-in of a folder and of those inside it, without running any of their code. Files that the
 /// runtime's file list has already are passed over. For `addPlugins` of a host that has several folders.
+///
+/// returns  0; "Parm" when the folder cannot be read; 4. Then nothing of it is listed, and its files are met
+///          anew the next time
 U_EXPORT Err MVAddPluginFolder(MVPluginList* list, const char* folder);
 
 /// Reads the property list of a shared object, without running any of its code; for who lists files otherwise

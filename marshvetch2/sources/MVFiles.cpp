@@ -4,6 +4,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "MVp_Edge.h"
 #include "MVp_Runtime.h"
 #include "U_TrySection.h"
 
@@ -57,6 +58,23 @@ MVFileSpec* NewFile(MVFileList* list, const char* path)
 }
 
 }  // namespace
+
+void mvForgetFiles(MVFileList* list, std::span<MVFileSpec* const> files)
+{
+    MVFileSpec** link = &list->first;
+    list->last = nullptr;
+    for (auto next = files.begin(); MVFileSpec* file = *link;) {
+        if (next == files.end() || file != *next) {
+            list->last = file;
+            link = &file->next;
+            continue;
+        }
+        *link = file->next;
+        list->byPath.erase(file->path);
+        mvDelete(file);
+        ++next;
+    }
+}
 
 Err MVAllocateFileList(MVFileList** list)
 {

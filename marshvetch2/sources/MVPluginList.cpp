@@ -74,6 +74,25 @@ void unlinkPlugin(MVPluginList* list, MVPlugin* plugin)
     --list->count;
 }
 
+// By way of a list of its own, since any of them may fail for want of memory.
+Err mvAddPlugins(MVPluginList* list, std::span<const MVFoundPlugin> found)
+{
+    MVPluginList staged = {nullptr, 0, 0, list->strings};
+    Err error = U_Err_NONE;
+    for (auto one = found.begin(); one != found.end() && error == U_Err_NONE; ++one)
+        error = MVAddPlugin(&staged, one->file, one->properties, one->name, nullptr, nullptr, nullptr);
+    while (MVPlugin* plugin = staged.head) {
+        unlinkPlugin(&staged, plugin);
+        if (error != U_Err_NONE) {
+            mvDelete(plugin);
+            continue;
+        }
+        plugin->list = list;
+        linkPlugin(list, plugin);
+    }
+    return error;
+}
+
 void mvDisposeInfos(const MVPluginList* list)
 {
     for (MVPlugin* plugin = list->head; plugin; plugin = plugin->next)

@@ -11,15 +11,18 @@
 #ifndef MVP_EDGE_H
 #define MVP_EDGE_H
 
+#include <span>
+
 #include "MVPlugins.h"
 
 /// Lists the plug-ins of a folder and of those inside it, without running any code of theirs.
 ///
 /// Each regular file that `files` lacks is added to it (`MVAddFile`), in the order of their paths, so that the
 /// listing does not depend on the file system. Those that can be plug-ins of the built-in adapter get their
-/// property list read and are listed (`MVAddPlugin`); all others get a reason. A single bad file ends nothing.
+/// property list read and are listed (`mvAddPlugins`); all others get a reason. A single bad file ends nothing.
 ///
-/// returns  0; "Parm" when the folder cannot be read; 4
+/// returns  0; "Parm" when the folder cannot be read; 4. Then neither list has anything of this folder's that it had
+///          not before
 Err mvEdgeAddPlugins(MVPluginList* plugins, MVFileList* files, const char* folder);
 
 /// Reads the property list of a plug-in file, with every offset and length checked.
@@ -66,5 +69,18 @@ bool mvEdgeHoldsAddress(const MVEdgeCode& code, const void* address);
 /// result   what the entry point returned; 0 when it threw
 Err mvCallEntry(MVPluginEntry entry, const char* caller, const char* selector, void* message,
                 int32_t* result);
+
+/// A file that turned out to be a plug-in.
+struct MVFoundPlugin {
+    MVFileSpec* file;
+    MVPropertyList* properties;  ///< the plug-in's, once it is listed
+    const char* name;            ///< null for the file's name
+};
+
+/// Lists plug-ins of the built-in adapter, the first of them at the head of the list, or, on failure, none of them.
+Err mvAddPlugins(MVPluginList* list, std::span<const MVFoundPlugin> found);
+
+/// Takes files out of a list and frees them. They stand in the order in which they were added.
+void mvForgetFiles(MVFileList* list, std::span<MVFileSpec* const> files);
 
 #endif

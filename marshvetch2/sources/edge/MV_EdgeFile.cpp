@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -55,7 +56,8 @@ const char* mvFilePath(const MVFileSpec* file)
 
 void mvPassOver(MVFileSpec* file, const char* reason)
 {
-    MVSetFileReason(file, reason);
+    // Without memory for its reason the file would pass for a usable one.
+    if (MVSetFileReason(file, reason) != U_Err_NONE) throw std::bad_alloc();
 }
 
 void mvReportUnusable(MVFileSpec* file, const char* reason)
@@ -63,7 +65,7 @@ void mvReportUnusable(MVFileSpec* file, const char* reason)
     const char* known = "";
     MVGetFileReason(file, &known);
     if (std::strcmp(known, reason) == 0) return;
-    MVSetFileReason(file, reason);
+    mvPassOver(file, reason);
     Report(kUnusableFile, "$$$/QL/MV/UnusableFile=The plug-in ^1 cannot be used: ^2.", mvFilePath(file),
            reason);
 }

@@ -23,12 +23,6 @@ namespace {
 
 constexpr int32_t kNameKey = MV_CODE('n', 'a', 'm', 'e');
 
-struct Found {
-    MVFileSpec* file;
-    MVp_PropertyListPtr properties;
-    const char* name;  // of the property list; null for none
-};
-
 struct DirectoryCloser {
     void operator()(DIR* directory) const { closedir(directory); }
 };
@@ -71,18 +65,19 @@ void ReportUnreadable(const std::string& folder, int error)
     mvReportUnreadableFolder(folder.c_str(), std::generic_category().message(error).c_str());
 }
 
-// All files of a folder and of those inside it, by the bytes of their paths.
-Err ListFiles(const char* folder, std::vector<std::string>& files)
+// All files of a folder and of those inside it, by the bytes of their paths. A folder inside it that cannot be read is
+// reported and passed over.
+Err ListFiles(const char* outermost, std::vector<std::string>& files)
 {
-    std::vector<std::string> folders;
-    if (const int error = ListFolder(folder, files, folders)) {
-        ReportUnreadable(folder, error);
-        return error == ENOMEM ? Err{U_Err_OUT_OF_MEMORY} : Err{MV_Err_PARAMETER};
-    }
-    while (!folders.empty()) {
-        const std::string inner = std::move(folders.back());
+    std::vector<std::string> folders{outermost};
+    for (bool isOutermost = true; !folders.empty(); isOutermost = false) {
+        const std::string folder = std::move(folders.back());
         folders.pop_back();
-        if (const int error = ListFolder(inner, files, folders)) ReportUnreadable(inner, error);
+        const int error = ListFolder(folder, files, folders);
+        if (error == 0) continue;
+        ReportUnreadable(folder, error);
+        if (error == ENOMEM) return U_Err_OUT_OF_MEMORY;
+        if (isOutermost) return MV_Err_PARAMETER;
     }
     std::sort(files.begin(), files.end());
     return U_Err_NONE;
@@ -104,11 +99,36 @@ bool TakeName(const MVPropertyList* properties, const char** name)
     return true;
 }
 
-Err ReadFile(MVFileSpec* file, SeenFiles& seen, std::vector<Found>& found)
+// A scan under way, and what it has met. Unless it is kept, all of that is forgotten again: files that stayed listed
+// would be passed over by the next scan, and their plug-ins never found.
+class Scan {
+  public:
+    explicit Scan(MVFileList* files) : m_files{files} {}
+    ~Scan()
+    {
+        for (const MVFoundPlugin& one : m_found) MVFreePropertyList(one.properties);
+        mvForgetFiles(m_files, m_met);
+    }
+    Scan(const Scan&) = delete;
+    Scan& operator=(const Scan&) = delete;
+
+    Err Read(const std::vector<std::string>& paths);
+    Err Keep(MVPluginList* plugins);
+
+  private:
+    Err ReadFile(MVFileSpec* file);
+
+    MVFileList* const m_files;
+    SeenFiles m_seen;
+    std::vector<MVFileSpec*> m_met;
+    std::vector<MVFoundPlugin> m_found;
+};
+
+Err Scan::ReadFile(MVFileSpec* file)
 {
     MVp_OpenFile open{file};
     if (!open.IsOpen()) return U_Err_NONE;
-    const auto [former, fresh] = seen.try_emplace(open.GetIdentity(), mvFilePath(file));
+    const auto [former, fresh] = m_seen.try_emplace(open.GetIdentity(), mvFilePath(file));
     if (!fresh) {
         mvPassOver(file, ("it is the same file as " + std::string{former->second}).c_str());
         return U_Err_NONE;
@@ -118,23 +138,34 @@ Err ReadFile(MVFileSpec* file, SeenFiles& seen, std::vector<Found>& found)
     if (err) return err == MV_Err_NOT_ACQUIRED ? Err{U_Err_NONE} : err;
     const char* name = nullptr;
     if (TakeName(properties.get(), &name)) {
-        found.push_back({file, std::move(properties), name});
+        m_found.push_back({file, properties.get(), name});
+        properties.release();
     } else {
         mvReportUnusable(file, "its name is no text");
     }
     return U_Err_NONE;
 }
 
-Err ReadFiles(const std::vector<std::string>& paths, MVFileList* files, std::vector<Found>& found)
+Err Scan::Read(const std::vector<std::string>& paths)
 {
-    SeenFiles seen;
+    m_met.reserve(paths.size());
     for (const std::string& path : paths) {
         MVFileSpec* file = nullptr;
-        if (const Err err = MVFindFile(files, path.c_str(), &file)) return err;
+        if (const Err err = MVFindFile(m_files, path.c_str(), &file)) return err;
         if (file) continue;
-        if (const Err err = MVAddFile(files, path.c_str(), &file)) return err;
-        if (const Err err = ReadFile(file, seen, found)) return err;
+        if (const Err err = MVAddFile(m_files, path.c_str(), &file)) return err;
+        m_met.push_back(file);
+        if (const Err err = ReadFile(file)) return err;
     }
+    return U_Err_NONE;
+}
+
+Err Scan::Keep(MVPluginList* plugins)
+{
+    const Err err = mvAddPlugins(plugins, m_found);
+    if (err) return err;
+    m_found.clear();
+    m_met.clear();
     return U_Err_NONE;
 }
 
@@ -143,13 +174,8 @@ Err ReadFiles(const std::vector<std::string>& paths, MVFileList* files, std::vec
 Err mvEdgeAddPlugins(MVPluginList* plugins, MVFileList* files, const char* folder)
 {
     std::vector<std::string> paths;
-    std::vector<Found> found;
+    Scan scan{files};
     Err err = ListFiles(folder, paths);
-    if (!err) err = ReadFiles(paths, files, found);
-    // A new plug-in is listed at the head, so the last comes first: the list then reads in the order of the paths.
-    for (auto at = found.rbegin(); at != found.rend() && !err; ++at) {
-        err = MVAddPlugin(plugins, at->file, at->properties.get(), at->name, nullptr, nullptr, nullptr);
-        if (!err) at->properties.release();
-    }
-    return err;
+    if (!err) err = scan.Read(paths);
+    return err ? err : scan.Keep(plugins);
 }

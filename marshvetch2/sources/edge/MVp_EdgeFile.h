@@ -43,10 +43,10 @@ class MVp_OpenFile {
 
 const char* mvFilePath(const MVFileSpec* file);
 
-/// Keeps the reason in the file without a word to the user: the file is something else.
+/// Keeps the reason in the file without a word to the user: the file is something else. Throws `std::bad_alloc`.
 void mvPassOver(MVFileSpec* file, const char* reason);
 
-/// Keeps the reason in the file and reports it as a warning, unless it is known already.
+/// Keeps the reason in the file and reports it as a warning, unless it is known already. Throws `std::bad_alloc`.
 void mvReportUnusable(MVFileSpec* file, const char* reason);
 
 /// Reports that a folder cannot be listed.

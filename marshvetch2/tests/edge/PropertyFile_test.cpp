@@ -220,6 +220,7 @@ TEST_F(PropertyFile, LiesInHeadersAreFound)
 TEST_F(PropertyFile, FolderSurvivesEveryFailedAllocation)
 {
     const auto folder = std::filesystem::path{QL_SAMPLE_PLUGIN}.parent_path();
+    bool leftOver = false;
     qltest::EveryAllocationFails([&] {
         MVPluginList* plugins = nullptr;
         MVFileList* files = nullptr;
@@ -230,11 +231,16 @@ TEST_F(PropertyFile, FolderSurvivesEveryFailedAllocation)
                             ? Err{U_Err_OUT_OF_MEMORY}
                             : U_TrySection([&] { return mvEdgeAddPlugins(plugins, files, folder.c_str()); });
         MVGetPluginListCount(plugins, &count);
+        MVFileSpec* file = nullptr;
+        if (err == 0) MVFindFile(files, QL_SAMPLE_PLUGIN, &file);
+        if (err != 0 && files) MVNextFile(files, nullptr, &file);
+        leftOver |= err != 0 && (count != 0 || file);
         MVFreePluginList(plugins);
         MVFreeFileList(files);
         Forget();
-        return err == 0 && count == 6;
+        return err == 0 && count == 6 && file;
     });
+    EXPECT_FALSE(leftOver) << "all or nothing";
 }
 
 TEST_F(PropertyFile, IsReportedOnceForAReason)
