@@ -108,14 +108,14 @@ Err NotYet(MVSuiteList* list, const MVSuite* suite)
     return mvThrow(MV_Err_SUITE_NOT_FOUND);
 }
 
-// A plug-in that has finished its startup and still offers nothing is not tried again. One that is being started
-// right now, further up the stack, is left to it; so is one that lacks a suite itself. One with a V1 adapter is
-// started by nobody but its adapter.
+// A plug-in that has finished its startup and still offers nothing is not tried again, unless its functions went with
+// its code: then loading it brings them back. One that is being started right now, further up the stack, is left to
+// it; so is one that lacks a suite itself. One with a V1 adapter is started by nobody but its adapter.
 Err StartPublisher(MVSuiteList* list, MVSuite* suite)
 {
     MVPlugin* plugin = suite->plugin;
     if (!plugin) return NotYet(list, suite);
-    if (mvIsV1(plugin) || suite->withdrawn) return U_Err_NONE;
+    if (mvIsV1(plugin) || (suite->withdrawn && mvHas(plugin, kStateStarted))) return U_Err_NONE;
     if (mvHas(plugin, kStateStarted) && mvHas(plugin, kStateComplete)) return MV_Err_SUITE_EMPTY;
     if (mvHas(plugin, kStateInAccess | kStateInMessage)) return NotYet(list, suite);
     mvSet(plugin, kStateStarted, false);

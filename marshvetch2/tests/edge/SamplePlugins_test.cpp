@@ -81,6 +81,19 @@ TEST_F(SamplePlugins, ShutDownAllButTheOneThatRefuses)
     EXPECT_FALSE(InMemory(kSamples / "sticky.so"));
 }
 
+// "Bounce" needs the suite of "Ease", whose functions went with its code and which starts behind it.
+TEST_F(SamplePlugins, StartAgainBehindAShutdown)
+{
+    Start();
+    ASSERT_EQ(MVShutdownPlugins(), 0);
+    started.clear();
+    ASSERT_EQ(MVStartupPlugins(), 0);
+    EXPECT_EQ(started, (Texts{"Text Adapter", "Host", "Bounce", "Ease", "Grain", "Sticky", "hello"}));
+    double height = 0;
+    EXPECT_EQ(Bounce(0.5, &height), 0);
+    EXPECT_DOUBLE_EQ(height, 0.25);
+}
+
 TEST_F(SamplePlugins, AreFlushedWhenNobodyHoldsThem)
 {
     Start();
