@@ -223,7 +223,7 @@ const MVBasicSuite mvBasicSuite = {AcquireFromRuntime, ReleaseToRuntime, Allocat
 void mvWithdrawSuites(const MVAccess* access)
 {
     ForEachSuite([access](MVSuite* suite) {
-        if (suite->plugin != access->plugin || !suite->procs) return;
+        // Whoever it was published for: a plug-in may have published for the host.
         if (!mvEdgeHoldsAddress({access->info, access->entry}, suite->procs)) return;
         suite->procs = nullptr;
         suite->withdrawn = true;

@@ -27,8 +27,8 @@ std::string LoaderReason(const std::string& path)
 
 const void* LoadedAt(const void* address)
 {
-    Dl_info info;
-    return address && dladdr(address, &info) ? info.dli_fbase : nullptr;
+    dl_find_object found;
+    return _dl_find_object(const_cast<void*>(address), &found) == 0 ? found.dlfo_map_start : nullptr;
 }
 
 }  // namespace
