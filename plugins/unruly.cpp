@@ -1,4 +1,5 @@
-// A plug-in that breaks rules, for tests: it throws, and it messages itself where that is not allowed.
+// A plug-in that breaks rules, for tests: it throws, publishes its own table for the host, and messages itself, and
+// starts and shuts down all plug-ins, where that is not allowed.
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -10,11 +11,17 @@ namespace {
 
 struct NotAnException {};
 
+const int kTable = 0;
+
 int BreakRule(std::string_view rule, MVMessageData* data)
 {
     if (rule == "Throw code") throw 77;
     if (rule == "Throw exception") throw std::runtime_error("the plug-in has given up");
     if (rule == "Throw anything") throw NotAnException{};
+    if (rule == "Publish for the host")
+        return MVAddSuite(nullptr, nullptr, "Unruly Suite", 1, 1, &kTable, nullptr);
+    if (rule == "Start all") return MVStartupPlugins();
+    if (rule == "Shut down all") return MVShutdownPlugins();
     int32_t result = 0;
     if (rule == "Message itself") return MVSendMessage(data->self, "Unruly", "Do nothing", nullptr, &result);
     return 0;
@@ -25,10 +32,12 @@ int BreakRule(std::string_view rule, MVMessageData* data)
 MV_PLUGIN_ENTRY(caller, selector, message)
 {
     if (std::strcmp(caller, "Unruly") == 0) return BreakRule(selector, static_cast<MVMessageData*>(message));
-    // Inside these no message may come in, so the inner one must be refused.
-    if (std::strcmp(caller, MV_Caller_ACCESS) == 0 || std::strcmp(caller, MV_Caller_INTERFACE) == 0)
-        return BreakRule("Message itself", static_cast<MVMessageData*>(message)) == MV_Err_IN_ACCESS_CALL
-                   ? 0
-                   : 78;
+    // Inside these nothing of the kind may go through, so each must be refused.
+    const bool inInterface = std::strcmp(caller, MV_Caller_INTERFACE) == 0;
+    if (!inInterface && std::strcmp(caller, MV_Caller_ACCESS) != 0) return 0;
+    for (const char* rule : {"Message itself", "Start all", "Shut down all"}) {
+        if (BreakRule(rule, static_cast<MVMessageData*>(message)) != MV_Err_IN_ACCESS_CALL) return 78;
+        if (!inInterface) break;
+    }
     return 0;
 }

@@ -244,7 +244,8 @@ U_EXPORT Err MVReadFileProperties(MVFileSpec* file, MVPropertyList** properties)
 /// The first plug-in of this name, or null; that is no error.
 U_EXPORT Err MVGetNamedPlugin(MVPluginList* list, const char* name, MVPlugin** plugin);
 
-/// Walks over a list from its head. A plug-in added meanwhile is not seen.
+/// Walks over a list from its head. A plug-in added meanwhile is not seen. `MVStartupPlugins` reorders the
+/// runtime's list: end a walk before it.
 U_EXPORT Err MVNewPluginListIterator(MVPluginList* list, MVPluginListIterator** iterator);
 U_EXPORT Err MVNextPlugin(MVPluginListIterator* iterator, MVPlugin** plugin);  ///< null at the end
 U_EXPORT Err MVDeletePluginListIterator(MVPluginListIterator* iterator);
@@ -296,7 +297,8 @@ U_EXPORT Err MVSetPluginSkipShutdown(MVPlugin* plugin, int32_t skip);
 /// (`MVGetPluginBroken`). A code of the call itself goes to `startupNotify` as well. May be called again
 /// behind `MVShutdownPlugins`.
 ///
-/// returns  0; "H!St" when `filterEvent` answered 0; the code of listing the plug-ins
+/// returns  0; "H!St" when `filterEvent` answered 0; the code of listing the plug-ins; "AISC" from inside the
+///          start or shutdown of a plug-in, or of all of them, and then nothing happens
 U_EXPORT Err MVStartupPlugins(void);
 
 /// Starts the plug-ins that have an export of this name and version and have not started.
@@ -308,7 +310,7 @@ U_EXPORT Err MVStartupExport(MVPluginList* list, const char* exportName, int32_t
 /// nobody holds. A code of an adapter's call ends the walk over adapters, one of a plug-in's that over
 /// plug-ins.
 ///
-/// returns  0, or the first of these codes
+/// returns  0, or the first of these codes; "AISC" as above
 U_EXPORT Err MVShutdownPlugins(void);
 
 #ifdef __cplusplus

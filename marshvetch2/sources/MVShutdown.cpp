@@ -67,7 +67,8 @@ Err mvShutdownAdapters()
 Err MVShutdownPlugins(void)
 {
     if (!g_mvRuntime) return MV_Err_PARAMETER;
-    const MVBusy busy;
+    if (mvIsStarting()) return MV_Err_IN_ACCESS_CALL;
+    const MVStartScope scope;
     g_mvRuntime->accessPoint = MV_AccessPoint_SHUTDOWN;
     return U_TrySection([] { return mvShutdownAdapters(); });
 }

@@ -203,10 +203,17 @@ void NoteFailure(MVPlugin* plugin, Err failure)
 
 }  // namespace
 
+bool mvIsStarting()
+{
+    if (g_mvRuntime->starts == 0) return false;
+    mvAssert("all plug-ins are started or shut down from inside a start or shutdown");
+    return true;
+}
+
 void startupMarshVetchPlugin(MVPlugin* plugin)
 {
     if (mvHas(plugin, kStateStarted)) return;
-    const MVBusy busy;
+    const MVStartScope scope;
     mvSet(plugin, kStateStarted, true);
     ++plugin->adapter->count;
     NotifyStarting(MV_Event_PLUGIN, plugin);
@@ -223,7 +230,8 @@ void startupMarshVetchPlugin(MVPlugin* plugin)
 Err MVStartupPlugins(void)
 {
     if (!g_mvRuntime) return MV_Err_PARAMETER;
-    const MVBusy busy;
+    if (mvIsStarting()) return MV_Err_IN_ACCESS_CALL;
+    const MVStartScope scope;
     g_mvRuntime->accessPoint = MV_AccessPoint_NONE;
     for (MVAdapter* adapter = g_mvRuntime->adapters; adapter; adapter = adapter->next) adapter->count = 0;
     return U_TrySection([]() -> Err {

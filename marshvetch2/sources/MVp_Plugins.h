@@ -93,6 +93,23 @@ enum { kAcceptsEarly = 1, kAcceptsSkipShutdown = 2 };
 ///                                       ^--------- length bytes ------------^
 bool mvHasExport(const void* data, uint32_t size, const char* name, int32_t version);
 
+/// A start or shutdown of plug-ins under way.
+class MVStartScope {
+  public:
+    MVStartScope() { ++g_mvRuntime->starts; }
+    ~MVStartScope() { --g_mvRuntime->starts; }
+    MVStartScope(const MVStartScope&) = delete;
+    MVStartScope& operator=(const MVStartScope&) = delete;
+
+  private:
+    MVBusy m_busy;
+};
+
+/// Whether a walk that starts or shuts down all plug-ins must not begin, since it would begin inside another one or a
+/// single start: it would reorder the list under the walk outside, and plug-ins that do so in turn would never end.
+/// `assertTrap` hears of it.
+bool mvIsStarting();
+
 /// Starts a plug-in that has not started: the one way in which the started bit comes to be set by the runtime.
 void startupMarshVetchPlugin(MVPlugin* plugin);
 

@@ -64,7 +64,8 @@ struct MVRuntime {
     int32_t accessPoint;   // the general one
     uint32_t flushSerial;  // of the latest flush: marks the accesses that it has seen
     MVPlugin* current;
-    int32_t depth;  // of work that calls plug-ins or the host, and still needs the runtime afterwards
+    int32_t depth;   // of work that calls plug-ins or the host, and still needs the runtime afterwards
+    int32_t starts;  // under way of plug-ins, and shutdowns
     bool flushing;
 };
 

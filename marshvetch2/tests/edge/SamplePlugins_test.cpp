@@ -260,6 +260,32 @@ TEST_F(SamplePlugins, LeaveNothingInAHundredRounds)
     }
 }
 
+// From its own "Startup" and "Shutdown" "Unruly" starts and shuts down all, and is well only when it is refused.
+TEST_F(SamplePlugins, CannotStartAllInsideAStart)
+{
+    Begin(kUnruly);
+    ASSERT_EQ(MVStartupPlugins(), 0);
+    EXPECT_EQ(started, (Texts{"noentry", "Unresolved", "Unruly"}));
+    int32_t broken = 1, result = 0;
+    MVGetPluginBroken(Named("Unruly"), &broken);
+    EXPECT_EQ(broken, 0);
+    ASSERT_EQ(MVSendMessage(Named("Unruly"), "Unruly", "Start all", nullptr, &result), 0);
+    EXPECT_EQ(result, 0) << "any other message may";
+    EXPECT_EQ(MVShutdownPlugins(), 0);
+}
+
+TEST_F(SamplePlugins, LeaveNoTableBehindThatTheyPublishForTheHost)
+{
+    Begin(kUnruly);
+    ASSERT_EQ(MVAddPluginFolder(nullptr, kUnruly.c_str()), 0);
+    int32_t result = -1;
+    const void* procs = nullptr;
+    ASSERT_EQ(MVSendMessage(Named("Unruly"), "Unruly", "Publish for the host", nullptr, &result), 0);
+    EXPECT_EQ(MVAcquireSuite(nullptr, "Unruly Suite", 1, 1, &procs), 0);
+    ASSERT_EQ(MVFlushCaches(nullptr, &result), 0);
+    EXPECT_EQ(MVAcquireSuite(nullptr, "Unruly Suite", 1, 1, &procs), MV_Err_SUITE_NOT_FOUND);
+}
+
 TEST_F(SamplePlugins, ThatThrowAreCaughtAndStayLoaded)
 {
     Begin(kUnruly);
