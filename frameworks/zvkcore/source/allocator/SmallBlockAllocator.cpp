@@ -82,12 +82,14 @@ std::uint32_t Count(const Block* top)
     return count;
 }
 
-// Full batches first: to count one is to wait for the memory of each of its blocks.
+// Full batches first: to count one is to wait for the memory of each of its blocks. For the same reason nobody
+// else waits meanwhile: a batch that was taken out is counted behind the lock.
 Batch Withdraw(std::size_t c)
 {
-    const std::lock_guard lock{g_depots[c].guard};
+    std::unique_lock lock{g_depots[c].guard};
     if (Block* const top = Withdraw(g_depots[c].full)) return {top, kBatch};
     Block* const top = Withdraw(g_depots[c].few);
+    lock.unlock();
     return {top, Count(top)};
 }
 
