@@ -9,8 +9,8 @@
 
 class MEMp_Counter {
   public:
-    /// Adds `delta`; a result below zero becomes zero. A race about that clamp may lose a small amount, which
-    /// is accepted: the counters steer purging and are no ledger.
+    /// Adds `delta`; a result below zero becomes zero, and is never seen. A race about that clamp may lose a
+    /// small amount, which is accepted: the counters steer purging and are no ledger.
     void Add(std::int64_t delta) noexcept
     {
         // Unsigned addition wraps where the sum of hostile deltas would overflow.
@@ -19,7 +19,7 @@ class MEMp_Counter {
         if (after < 0) ClampAtZero(after);
     }
 
-    std::int64_t Get() const noexcept { return m_bytes.load(); }
+    std::int64_t Get() const noexcept { return std::max<std::int64_t>(m_bytes.load(), 0); }
 
   private:
     void ClampAtZero(std::int64_t seen) noexcept
@@ -31,10 +31,11 @@ class MEMp_Counter {
     alignas(64) std::atomic<std::int64_t> m_bytes{0};
 };
 
-/// A counter that many threads move at once without waiting for one another: each adds to a part of its own,
-/// unless there are more threads than parts. One part may be negative, as blocks are freed by other threads than
-/// made them; the sum is what counts, and it is never below zero. A sum that is read while others add may miss
-/// what they do, which is accepted as above.
+/// A counter that many threads move at once without waiting for one another: each thread adds to one of several
+/// parts, which few others share. What a thread leaves in its part outlives it. A part may be negative, as blocks
+/// are freed by other threads than made them; the sum is what counts, and it is given as zero where it would be
+/// below. A sum that is read while others add may hold a block's end without its beginning, which is accepted as
+/// above.
 class MEMp_SpreadCounter {
   public:
     void Add(std::int64_t delta) noexcept { m_parts[OwnPart()].bytes.fetch_add(delta); }

@@ -53,7 +53,8 @@ inline void MEMp_StandardHeap::DisposePtr(void* block)
 inline char** MEMp_StandardHeap::NewHandle(unsigned long size, const char*, const char*, int)
 {
     auto* handle = static_cast<char**>(std::malloc(sizeof(char*)));
-    if (!handle) [[unlikely]] return nullptr;
+    if (!handle) [[unlikely]]
+        return nullptr;
     char* data = nullptr;
     if (size != 0) {
         data = static_cast<char*>(MEMp_NewBlock(this, size));

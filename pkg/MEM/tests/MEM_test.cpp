@@ -10,55 +10,50 @@
 #include <vector>
 
 #include "FailingAllocator.h"
+#include "MEMp_Counters.h"
 #include "MEMp_Heap.h"
 
 namespace {
 
 class Heaps : public testing::Test {
   protected:
-    void TearDown() override
+    Heaps() { EXPECT_EQ(MEM_GetMemUsage() - m_atStart, 8) << "a heap counts itself"; }
+    ~Heaps() override
     {
-        EXPECT_EQ(MEM_GetMemUsage(), m_atStart);
         delete m_heap;
+        EXPECT_EQ(MEM_GetMemUsage(), m_atStart);
     }
 
+    const int64_t m_atStart = MEM_GetMemUsage();
     MEM_Heap* m_heap = MEM_NewHeap();
-    int64_t m_atStart = MEM_GetMemUsage();
+
+    // Bytes in use beside the heap itself.
+    int64_t InUse() const { return MEM_GetMemUsage() - m_atStart - 8; }
 };
 
 constexpr int64_t kHeader = 16;
 
-TEST_F(Heaps, CountAPointerWithItsHeader)
+TEST_F(Heaps, MakeAndResizePointers)
 {
-    for (const uint64_t size : {0ul, 1ul, 64ul, 100000ul}) {
-        void* block = MEM_NewPtrDebug(m_heap, size, "test", nullptr, 0);
-        ASSERT_NE(block, nullptr);
-        std::memset(block, 0xA5, size);
+    for (const bool fresh : {false, true}) {
+        void* block =
+            fresh ? MEM_ResizePtr(m_heap, nullptr, 10) : MEM_NewPtrDebug(m_heap, 10, "test", nullptr, 0);
         EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
-        EXPECT_EQ(MEM_GetPtrSize(m_heap, block), size);
-        EXPECT_EQ(MEM_GetMemUsage() - m_atStart, static_cast<int64_t>(size) + kHeader);
+        EXPECT_EQ(MEM_GetPtrSize(m_heap, block), 10u);
+        EXPECT_EQ(InUse(), 10 + kHeader);
+        std::memcpy(block, "0123456789", 10);
+        block = MEM_ResizePtr(m_heap, block, 100000);
+        EXPECT_EQ(InUse(), 100000 + kHeader);
+        {
+            qltest::FailingAllocator failing(1);
+            EXPECT_EQ(MEM_ResizePtr(m_heap, block, 200000), nullptr);
+        }
+        EXPECT_EQ(MEM_ResizePtr(m_heap, block, UINT64_MAX), nullptr) << "the header must not wrap the size";
+        EXPECT_EQ(MEM_GetPtrSize(m_heap, block), 100000u) << "the old block stands";
+        EXPECT_EQ(std::memcmp(block, "0123456789", 10), 0);
         MEM_DisposePtr(m_heap, block);
-        EXPECT_EQ(MEM_GetMemUsage(), m_atStart);
+        EXPECT_EQ(InUse(), 0);
     }
-}
-
-TEST_F(Heaps, ResizeAPointer)
-{
-    void* block = MEM_ResizePtr(m_heap, nullptr, 10);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(MEM_GetMemUsage() - m_atStart, 10 + kHeader);
-    std::memcpy(block, "0123456789", 10);
-    block = MEM_ResizePtr(m_heap, block, 100000);
-    EXPECT_EQ(std::memcmp(block, "0123456789", 10), 0);
-    EXPECT_EQ(MEM_GetMemUsage() - m_atStart, 100000 + kHeader);
-    {
-        qltest::FailingAllocator failing(1);
-        EXPECT_EQ(MEM_ResizePtr(m_heap, block, 200000), nullptr);
-    }
-    EXPECT_EQ(MEM_ResizePtr(m_heap, block, UINT64_MAX), nullptr) << "the header must not wrap the size";
-    EXPECT_EQ(MEM_GetPtrSize(m_heap, block), 100000u) << "the old block stands";
-    EXPECT_EQ(std::memcmp(block, "0123456789", 10), 0);
-    MEM_DisposePtr(m_heap, block);
 }
 
 TEST_F(Heaps, ResizeAHandle)
@@ -80,7 +75,7 @@ TEST_F(Heaps, ResizeAHandle)
         EXPECT_EQ(MEM_GetHandleSize(m_heap, handle), static_cast<int64_t>(row.to));
         for (uint64_t i = 0; i < std::min(row.from, row.to); ++i) EXPECT_EQ((*handle)[i], 'q');
         MEM_DisposeHandle(m_heap, handle);
-        EXPECT_EQ(MEM_GetMemUsage(), m_atStart);
+        EXPECT_EQ(InUse(), 0);
     }
 }
 
@@ -120,13 +115,6 @@ TEST_F(Heaps, LeaveNothingBehindWhenAllocationsFail)
     EXPECT_LE(calls, 5u);
 }
 
-TEST_F(Heaps, CountTheirOwnObjects)
-{
-    MEM_Heap* heap = MEM_NewHeap();
-    EXPECT_EQ(MEM_GetMemUsage() - m_atStart, 8);
-    delete heap;
-}
-
 TEST(Usage, NeverFallsBelowZero)
 {
     const int64_t atStart = MEM_GetMemUsage();
@@ -143,6 +131,13 @@ TEST(Usage, NeverFallsBelowZero)
     MEM_AccountAllocation(-INT64_MAX);
     MEM_AccountSystemAllocation(-INT64_MAX);
     EXPECT_EQ(MEM_GetMemUsage(), atStart);
+
+    MEMp_SpreadCounter spread;
+    spread.Add(INT64_MIN);
+    EXPECT_EQ(spread.Get(), 0);
+    spread.Add(INT64_MAX);
+    spread.Add(8);
+    EXPECT_EQ(spread.Get(), 7);
 }
 
 TEST(Limits, AreKeptInPairs)
@@ -162,29 +157,37 @@ TEST(Limits, AreKeptInPairs)
     MEM_SetMemUsageLimitsOverride(0, 0);
 }
 
-// Blocks wander: each thread frees what its neighbour made. The count must come back to the byte.
+// More threads than the count of heap bytes has parts make blocks at once, and end; others free what they made,
+// so that parts fall below zero. The count is right to the byte in between and behind it, and never negative.
 TEST_F(Heaps, BalanceAcrossThreads)
 {
-    constexpr int kThreads = 8;
-    constexpr int kRounds = 200;
-    std::vector<void*> blocks(kThreads);
-    std::barrier meet(kThreads);
-    std::vector<std::thread> threads;
-    for (int me = 0; me < kThreads; ++me) {
-        threads.emplace_back([&, me] {
-            for (int round = 0; round < kRounds; ++round) {
-                const auto size = static_cast<uint64_t>(64 + me * 100 + round);
-                blocks[me] = MEM_NewPtrDebug(m_heap, size, nullptr, nullptr, 0);
-                MEM_AccountAllocation(me + 1);
-                meet.arrive_and_wait();
-                MEM_DisposePtr(m_heap, blocks[(me + 1) % kThreads]);
-                MEM_AccountAllocation(-(me + 1));
-                meet.arrive_and_wait();
-            }
-        });
-    }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(MEM_GetMemUsage(), m_atStart);
+    constexpr int kThreads = 24;
+    constexpr int kBlocks = 200;
+    const auto contend = [](auto body) {
+        std::barrier start(kThreads);
+        std::vector<std::jthread> threads;
+        for (int me = 0; me < kThreads; ++me) {
+            threads.emplace_back([&, me] {
+                start.arrive_and_wait();
+                for (int i = 0; i < kBlocks; ++i) body(me, i);
+                EXPECT_GE(MEM_GetMemUsage(), 0);
+            });
+        }
+    };
+    std::vector<void*> blocks(kThreads * kBlocks);
+    contend([&](int me, int i) {
+        blocks[me * kBlocks + i] = MEM_NewPtrDebug(m_heap, 100 + me + i, nullptr, nullptr, 0);
+        MEM_AccountAllocation(me + 1);
+    });
+    int64_t made = 0;
+    for (void* block : blocks) made += static_cast<int64_t>(MEM_GetPtrSize(m_heap, block)) + kHeader;
+    const int64_t accounted = kBlocks * kThreads * (kThreads + 1) / 2;
+    EXPECT_EQ(InUse(), made + accounted);
+    contend([&](int me, int i) {
+        MEM_DisposePtr(m_heap, blocks[(me + 1) % kThreads * kBlocks + i]);
+        MEM_AccountAllocation(-(me + 1));
+    });
+    EXPECT_EQ(InUse(), 0);
 }
 
 }  // namespace
