@@ -26,10 +26,10 @@
 extern "C" {
 #endif
 
-// --- The application text encoding -------------------------------------------------------------------------
-// An encoding is a number; its low 16 bits are the script. These are the ones that the conversions know. As the
-// application's, choose one of the first group or UTF-8: characters of several bytes are known in the scripts 1, 3,
-// 25 and 256 (`U_CharByteFromScript`), in every other one each byte counts as a character.
+// --- The application text encoding ------------------------------------------------------------------------
+// An encoding is a number; its low 16 bits are the script. These are the ones that the conversions know. As
+// the application's, choose one of the first group or UTF-8: characters of several bytes are known in the
+// scripts 1, 3, 25 and 256 (`U_CharByteFromScript`), in every other one each byte counts as a character.
 
 enum {
     U_ENCODING_MAC_ROMAN = 0,
@@ -115,10 +115,9 @@ U_EXPORT Err U_CopyPtoCString(const unsigned char* source, int size, char* targe
 /// returns  0; 10, reported, when the source was longer than what was kept, which stays in `target`
 U_EXPORT Err U_CopyCtoPString(const char* source, int size, unsigned char* target);
 
-// --- Searches
-// ------------------------------------------------------------------------------------------------ As the
-// standard functions without the prefix, but a match counts only where a character begins. The result points
-// into `text`, null without a match.
+// --- Searches ---------------------------------------------------------------------------------------------
+// As the standard functions without the prefix, but a match counts only where a character begins. The result
+// points into `text`, null without a match.
 
 U_EXPORT char* U_strstr(const char* text, const char* find);
 U_EXPORT char* U_strrstr(const char* text, const char* find);  ///< the last match
@@ -173,9 +172,8 @@ U_EXPORT extern const char* const U_SpecialCharacters[U_SpecialChar_COUNT];
 #include <string>
 #include <vector>
 
-// --- Cuts of string classes
-// ----------------------------------------------------------------------------------- A surrogate pair, or a
-// UTF-8 sequence, that does not fit whole is left out. All return 0.
+// --- Cuts of string classes -------------------------------------------------------------------------------
+// A surrogate pair, or a UTF-8 sequence, that does not fit whole is left out. All return 0.
 
 U_EXPORT Err U_TruncateStringToNumChars(U_UTF16String* text, unsigned int count);  ///< units
 U_EXPORT Err U_TruncateStringToByteSize(U_UTF16String* text, unsigned int bytes);  ///< an odd byte is no unit
@@ -186,10 +184,9 @@ U_EXPORT Err U_TruncateStringToByteSize(U_UTF8String* text, unsigned int bytes);
 /// throws  the `int` of a copy that failed
 U_EXPORT Err U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned char* out);
 
-// --- Conversions
-// --------------------------------------------------------------------------------------------------- Toward
-// 16-bit text a failure is reported and thrown as an `int`, or gives an empty text where the function is said
-// to be quiet. Away from it a failure gives an empty text. Memory running out throws `std::bad_alloc`.
+// --- Conversions ------------------------------------------------------------------------------------------
+// Toward 16-bit text a failure is reported and thrown as an `int`, or gives an empty text where the function
+// is said to be quiet. Away from it a failure gives an empty text. Memory running out throws `std::bad_alloc`.
 
 /// Widens ASCII; null gives an empty text.
 U_EXPORT U_UTF16String U_AsciiToUTF16String(const char* text);
@@ -200,7 +197,7 @@ U_EXPORT U_UTF16String U_MBToUTF16String(const std::string& text);  ///< up to i
 
 /// To the application text encoding.
 ///
-/// strict   false: a character that the encoding lacks becomes a question mark. true: it makes the result empty
+/// strict   false: a character that the encoding lacks becomes a question mark; true: it empties the result
 /// returns  empty also when the text needs more bytes than the encoding has for so many units
 U_EXPORT std::string U_UTF16ToMBString(const U_UTF16String& text, bool strict = false);
 U_EXPORT std::string U_UTF16ToMBString(const unsigned short* text, bool strict = false);  ///< null is empty

@@ -12,8 +12,8 @@
 ///   ^Bn     a 64-bit integer in plain digits
 ///   ^Fn     a double through `U_FormatNum`
 ///   ^Fn@left.right flags@   a double with at least `left` integer digits and `right` decimals, by default
-///           1 and 2; both are read only if the first character is a digit. Flags: n plain form, blank pads with
-///           blanks, z trims zeros, s separates thousands, + and p show a positive sign as plus or blank
+///           1 and 2; both are read only if the first character is a digit. Flags: n plain form, blank pads
+///           with blanks, z trims zeros, s separates thousands, + and p show a positive sign as plus or blank
 ///
 /// What a template cannot do: there is no placeholder 0 or 10 and no escape for the caret. Substitution stops
 /// at the first number that the template lacks, and what is behind it stays literal text, as does a second
