@@ -7,8 +7,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/locales.cmake)
 
 ql_tests(U_text_tests SOURCES
   tests/TextGuide_test.cpp tests/U_CharByte_test.cpp tests/U_Conversions_test.cpp tests/U_NumberText_test.cpp
-  tests/U_String_test.cpp
-  tests/U_SubString_test.cpp tests/U_TextThreads_test.cpp
+  tests/U_String_test.cpp tests/U_SubString_test.cpp
   LIBS ql_test_support)
 if(TARGET U_text_tests)
   target_compile_definitions(U_text_tests PRIVATE QL_LOCALE_DIR="${QL_LOCALE_DIR}")

@@ -186,7 +186,7 @@ U_EXPORT Err U_CopyToUTF8Buf(const U_UTF16String& text, size_t size, unsigned ch
 
 // --- Conversions ------------------------------------------------------------------------------------------
 // Toward 16-bit text a failure is reported and thrown as an `int`, or gives an empty text where the function
-// is said to be quiet. Away from it a failure gives an empty text. Memory running out throws `std::bad_alloc`.
+// is said to be quiet. Away from it a failure gives an empty text. Missing memory throws `std::bad_alloc`.
 
 /// Widens ASCII; null gives an empty text.
 U_EXPORT U_UTF16String U_AsciiToUTF16String(const char* text);

@@ -19,10 +19,12 @@ std::string Format(double value, unsigned int flags, int left, int right)
     return out;
 }
 
-struct ScNumberLocale {
-    explicit ScNumberLocale(const char* name) { EXPECT_TRUE(zvkcore::string::SetNumberLocale(name)); }
-    ~ScNumberLocale() { zvkcore::string::SetNumberLocale(nullptr); }
-};
+double Scan(const char* text, unsigned int flags)
+{
+    double value = 7;
+    EXPECT_EQ(U_ScanNum(text, flags, &value), 0);
+    return value;
+}
 
 struct Row {
     const char* name;
@@ -34,21 +36,13 @@ struct Row {
 };
 const Row kRows[] = {
     {"Padded", 7.5, 0, 3, 2, "007.50"},
-    {"PaddedWithBlanks", 7.5, U_FORMAT_PAD_SPACE, 3, 2, "  7.50"},
-    {"Separated", 1234567, U_FORMAT_SEPARATORS, 1, 0, "1,234,567"},
     {"ThreeDigitsStandAlone", 123, U_FORMAT_SEPARATORS, 1, 1, "123.0"},
     {"PaddingIsSeparated", 12, U_FORMAT_SEPARATORS, 7, 0, "0,000,012"},
     {"BlanksAreSeparated", 12, U_FORMAT_SEPARATORS | U_FORMAT_PAD_SPACE, 6, 0, "   , 12"},
-    {"TrimmedToNothing", 0.001, U_FORMAT_TRIM_ZEROS, 1, 2, "0"},
     {"TrimmedKeepsTheSign", -0.001, U_FORMAT_TRIM_ZEROS, 1, 2, "-0"},
     {"TrimmedKeepsIntegers", 100, U_FORMAT_TRIM_ZEROS, 1, 0, "100"},
-    {"Trimmed", 1.250, U_FORMAT_TRIM_ZEROS, 1, 4, "1.25"},
     {"NegativeZero", -0.0, 0, 1, 2, "0.00"},
-    {"Plus", 1, U_FORMAT_PLUS_SIGN | U_FORMAT_SPACE_SIGN, 1, 0, "+1"},
-    {"Blank", 1, U_FORMAT_SPACE_SIGN, 1, 0, " 1"},
     {"NegativeWithPlus", -1, U_FORMAT_PLUS_SIGN, 1, 0, "-1"},
-    {"RoundsHalfToEven", 0.125, 0, 1, 2, "0.12"},
-    {"NegativeDecimals", 1.5, 0, 1, -1, "1.500000"},
     {"TwentyTwoCharacters", 1e21, 0, 1, 0, "1000000000000000000000"},
     {"TwentyThreeCharacters", 1e22, U_FORMAT_SEPARATORS | U_FORMAT_TRIM_ZEROS, 9, 0, "1.000000e+22"},
     {"TwentyDecimals", 0.5, 0, 1, 20, "0.50000000000000000000"},
@@ -56,7 +50,6 @@ const Row kRows[] = {
     {"Largest", -std::numeric_limits<double>::max(), 0, 1, 2, "-1.797693e+308"},
     {"OversizedLeft", 7.5, 0, 1000000000, 2, "0000000000000000000000000000000"},
     {"OversizedRight", 7.5, 0, 1, 1000000000, "7.500000e+00"},
-    {"LeftCutsTheNumber", 7.5, 0, 29, 2, "00000000000000000000000000007.5"},
     {"SeparatorsCutTheNumber", 1234567890123456789.0, U_FORMAT_SEPARATORS, 24, 0,
      "000,001,234,567,890,123,456,768"},
     {"SignCutsTheNumber", -7.5, 0, 29, 2, "-00000000000000000000000000007."},
@@ -66,8 +59,7 @@ const Row kRows[] = {
 };
 
 class Numbers : public testing::TestWithParam<Row> {};
-INSTANTIATE_TEST_SUITE_P(Rows, Numbers, testing::ValuesIn(kRows),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Rows, Numbers, testing::ValuesIn(kRows), kRowName);
 
 TEST_P(Numbers, AreWritten)
 {
@@ -92,32 +84,27 @@ TEST(NumberText, AgreesWithPrintf)
 
 TEST(NumberText, FollowsTheNumberLocale)
 {
-    const ScNumberLocale german{"de_DE"};
+    ASSERT_TRUE(zvkcore::string::SetNumberLocale("de_DE"));
     EXPECT_EQ(Format(-1234567.5, U_FORMAT_SEPARATORS, 1, 2), "-1.234.567,50");
     EXPECT_EQ(Format(-1234567.5, U_FORMAT_SEPARATORS | U_FORMAT_NO_INTL, 1, 2), "-1,234,567.50");
-    char text[256] = "1.234,5";
-    EXPECT_EQ(U_DeInternationalizeNum(text), 0);
-    EXPECT_STREQ(text, "1,234.5");
-    double value = 7;
-    EXPECT_EQ(U_ScanNum("1234,5 m", 0, &value), 0);
-    EXPECT_EQ(value, 1234.5);
-    EXPECT_EQ(U_ScanNum("1234.5", U_FORMAT_NO_INTL, &value), 0);
-    EXPECT_EQ(value, 1234.5);
-
+    EXPECT_EQ(U_SubString16(U_AsciiToUTF16String("^F1 ^F2@n@"), 2.5, 2.5), U_AsciiToUTF16String("2,5 2.50"));
+    EXPECT_EQ(Scan("1.234,5 m", 0), 1);
+    EXPECT_EQ(Scan("1234,5 m", 0), 1234.5);
+    EXPECT_EQ(Scan("1234.5", U_FORMAT_NO_INTL), 1234.5);
     std::string longText(1000, '1');
-    U_InternationalizeNum(longText.data());
+    EXPECT_EQ(U_InternationalizeNum(longText.data()), 0);
     EXPECT_EQ(std::strlen(longText.c_str()), 255u);
+    zvkcore::string::SetNumberLocale(nullptr);
 }
 
 TEST(NumberText, IgnoresTheLocaleOfTheProcess)
 {
     if (!HaveLegacyLocales()) GTEST_SKIP() << "the build has no locale with a decimal comma";
-    const locale_t comma = MakeBuildLocale("de_DE.UTF-8");
+    Up_CharLocale comma{};
+    WithBuildLocales([&] { comma = Up_MakeCharLocale("de_DE.UTF-8"); });
     const locale_t former = uselocale(comma);
     EXPECT_STREQ(localeconv()->decimal_point, ",");
-    double value = 0;
-    U_ScanNum("2.5", 0, &value);
-    EXPECT_EQ(value, 2.5);
+    EXPECT_EQ(Scan("2.5", 0), 2.5);
     EXPECT_EQ(Format(2.5, 0, 1, 2), "2.50");
     uselocale(former);
     freelocale(comma);
@@ -131,17 +118,11 @@ TEST(NumberText, ScansWhatAtofScans)
         {"1,234", 1}, {"inf", kInfinity}, {"1e999", kInfinity},  {"\xFF", 0},
     };
     for (const auto& [text, expected] : rows) {
-        double value = 7;
-        EXPECT_EQ(U_ScanNum(text, 0, &value), 0);
-        EXPECT_EQ(value, expected) << text;
-        EXPECT_EQ(U_ScanNum(text, U_FORMAT_NO_INTL, &value), 0);
-        EXPECT_EQ(value, expected) << text;
+        EXPECT_EQ(Scan(text, 0), expected) << text;
+        EXPECT_EQ(Scan(text, U_FORMAT_NO_INTL), expected) << text;
     }
-    double value = 0;
-    U_ScanNum(digits.c_str(), U_FORMAT_NO_INTL, &value);
-    EXPECT_EQ(value, std::stod(digits));
-    U_ScanNum(digits.c_str(), 0, &value);
-    EXPECT_EQ(value, std::stod(digits.substr(0, 31)));
+    EXPECT_EQ(Scan(digits.c_str(), U_FORMAT_NO_INTL), std::stod(digits));
+    EXPECT_EQ(Scan(digits.c_str(), 0), std::stod(digits.substr(0, 31)));
 }
 
 TEST(NumberText, CountsBytes)
@@ -150,19 +131,15 @@ TEST(NumberText, CountsBytes)
     constexpr unsigned long long kGiga = 1ULL << 30;
     const std::tuple<unsigned long long, const char*> rows[] = {
         {0, "0 KB"},
-        {1, "1 bytes"},
         {1023, "1023 bytes"},
         {1024, "1 KB"},
-        {2047, "1 KB"},
         {kMega - 1, "1023 KB"},
         {kMega, "1.0 MB"},
-        {kMega * 3 / 2, "1.5 MB"},
         {100 * kMega - 1, "100.0 MB"},
         {100 * kMega, "100 MB"},
         {kGiga - 1, "1023 MB"},
         {kGiga, "1.0 GB"},
         {kGiga * 5 / 4, "1.2 GB"},
-        {100 * kGiga, "100 GB"},
         {~0ULL, "17179869183 GB"},
     };
     for (const auto& [bytes, expected] : rows) {
