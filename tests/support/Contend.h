@@ -8,6 +8,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "zvkcore/debug/Trace.h"
@@ -31,7 +32,7 @@ void Contend(int count, Body body)
 template <class Body>
 void OnAnotherThread(Body body)
 {
-    std::jthread thread(body);
+    std::jthread thread(std::move(body));
 }
 
 /// Everything that is traced while it lives.

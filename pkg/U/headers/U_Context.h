@@ -91,9 +91,10 @@ class U_EXPORT U_Context : public boost::enable_shared_from_this<U_Context> {
     /// Takes a factory out; an unknown name is ignored. Living contexts keep their states.
     static void UnregisterState(const ImmutableString& name);
 
-    /// The state of that name, or an empty pointer. Takes no lock: states never change once made.
+    /// The state of that name, or an empty pointer. Takes no lock: which states there are never changes once
+    /// made. A const context gives them for writing too: it is the set of states that is const, not a state.
     boost::shared_ptr<U_State> GetState(const ImmutableString& name);
-    boost::shared_ptr<const U_State> GetState(const ImmutableString& name) const;
+    boost::shared_ptr<U_State> GetState(const ImmutableString& name) const;
 
     /// The token, made first if `create` is set and there is none.
     std::shared_ptr<ActivationToken> GetActivationToken(bool create);

@@ -49,7 +49,10 @@ class U_EXPORT U_RenderContext : public boost::enable_shared_from_this<U_RenderC
     virtual ~U_RenderContext();
 
     static boost::shared_ptr<U_RenderContext> MakeNewContext();
-    /// A temporary clone. The deleter runs when the last owner goes, and also when this call fails.
+    /// A temporary clone. The deleter runs when the last owner goes, and also when the making of the first one
+    /// fails.
+    ///
+    /// throws   the `int` 3, after a report, for a null deleter; what a factory throws
     static boost::shared_ptr<U_RenderContext> MakeNewTempContext(void (*deleter)(U_RenderContext*));
     bool GetIsTempCloneContext() const;
 
@@ -65,7 +68,7 @@ class U_EXPORT U_RenderContext : public boost::enable_shared_from_this<U_RenderC
     static void RegisterState(const ImmutableString& name, const StateFactory& factory);
     static void UnregisterState(const ImmutableString& name);
     boost::shared_ptr<U_RenderState> GetState(const ImmutableString& name);
-    boost::shared_ptr<const U_RenderState> GetState(const ImmutableString& name) const;
+    boost::shared_ptr<U_RenderState> GetState(const ImmutableString& name) const;
 
     std::shared_ptr<ActivationToken> GetActivationToken(bool create);
     void ClearActivationToken();

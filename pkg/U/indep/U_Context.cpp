@@ -142,7 +142,7 @@ boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& name)
     return Core::FindState(*this, name);
 }
 
-boost::shared_ptr<const U_State> U_Context::GetState(const ImmutableString& name) const
+boost::shared_ptr<U_State> U_Context::GetState(const ImmutableString& name) const
 {
     return Core::FindState(*this, name);
 }

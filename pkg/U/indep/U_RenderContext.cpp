@@ -27,6 +27,7 @@ boost::shared_ptr<U_RenderContext> U_RenderContext::MakeNewContext()
 
 boost::shared_ptr<U_RenderContext> U_RenderContext::MakeNewTempContext(void (*deleter)(U_RenderContext*))
 {
+    if (!deleter) Up_FailContext(0, "deleter is null");
     // The constructor of the shared pointer calls the deleter itself when it fails.
     return boost::shared_ptr<U_RenderContext>{new U_RenderContext{true}, deleter};
 }
@@ -70,7 +71,7 @@ boost::shared_ptr<U_RenderState> U_RenderContext::GetState(const ImmutableString
     return Core::FindState(*this, name);
 }
 
-boost::shared_ptr<const U_RenderState> U_RenderContext::GetState(const ImmutableString& name) const
+boost::shared_ptr<U_RenderState> U_RenderContext::GetState(const ImmutableString& name) const
 {
     return Core::FindState(*this, name);
 }

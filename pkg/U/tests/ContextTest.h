@@ -1,4 +1,4 @@
-// What the tests of contexts, lending and the big mutex share: the words of a misuse.
+// What the tests of contexts, lending and the big mutex share: the words of a misuse, and an active context.
 #ifndef CONTEXTTEST_H
 #define CONTEXTTEST_H
 
@@ -24,6 +24,14 @@ class ContextTest : public qltest::Library {
         }
         return "nothing was thrown";
     }
+};
+
+/// A new context, or render context, that is active on this thread for a scope.
+template <class Context>
+struct Active : boost::shared_ptr<Context> {
+    Active() : boost::shared_ptr<Context>{Context::MakeNewContext()} { this->get()->Activate(); }
+    ~Active() { this->get()->Deactivate(); }
+    Active(const Active&) = delete;
 };
 
 #endif

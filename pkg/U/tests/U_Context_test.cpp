@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
-#include <thread>
+#include <type_traits>
 #include <vector>
 
+#include "Contend.h"
 #include "ContextTest.h"
 #include "U_RenderContext.h"
 #include "Up_ContextCore.h"
@@ -16,97 +16,87 @@ template <class Context>
 class BothContexts : public ContextTest {
   public:
     using Core = Up_ContextCore<Context>;
-    static bool HasCurrent() { return Core::HasCurrent(); }
-    static bool HasRecord() { return Core::ThreadRecord() != nullptr; }
+    using Setter = std::conditional_t<std::is_same_v<Context, U_Context>, U_WeakContextSetter,
+                                      U_WeakRenderContextSetter>;
 };
 
 using Kinds = testing::Types<U_Context, U_RenderContext>;
 TYPED_TEST_SUITE(BothContexts, Kinds);
 
-TYPED_TEST(BothContexts, AFreshThreadHasNone)
+TYPED_TEST(BothContexts, AreCurrentFromTheFirstActivationToTheLast)
 {
+    using Core = typename TestFixture::Core;
     EXPECT_FALSE(TypeParam::GetCurrent(true));
     EXPECT_EQ(0u, this->Reports().size());
     EXPECT_EQ("no current context", this->FailureOf([] { TypeParam::GetCurrent(false); }));
-}
-
-TYPED_TEST(BothContexts, NestedActivationOnlyCounts)
-{
-    const auto context = TypeParam::MakeNewContext();
+    auto context = TypeParam::MakeNewContext();
     context->Activate();
     context->Activate();
     EXPECT_EQ(context, TypeParam::GetCurrent(false));
     context->Deactivate();
-    EXPECT_TRUE(this->HasRecord());
-    EXPECT_TRUE(this->HasCurrent());
+    EXPECT_TRUE(Core::ThreadRecord());
+    EXPECT_TRUE(Core::HasCurrent());
     context->Deactivate();
-    EXPECT_FALSE(this->HasRecord());
+    EXPECT_FALSE(Core::ThreadRecord());
     EXPECT_FALSE(context->GetActivationToken(false));
+    context->Activate();
+    context.reset();  // the last owner takes the record of its own thread along
+    EXPECT_FALSE(Core::ThreadRecord());
 }
 
-TYPED_TEST(BothContexts, ASecondContextIsRefusedAndUncounted)
+TYPED_TEST(BothContexts, RefuseASecondOneAndLeaveItUncounted)
 {
-    using Core = Up_ContextCore<TypeParam>;
-    const auto first = TypeParam::MakeNewContext(), second = TypeParam::MakeNewContext();
-    first->Activate();
+    using Core = typename TestFixture::Core;
+    const Active<TypeParam> first;
+    const auto second = TypeParam::MakeNewContext();
     EXPECT_EQ("another context is already active", this->FailureOf([&] { second->Activate(); }));
     EXPECT_EQ(0, Core::ActivationCount(*second));
     // Leaving a context that is not this thread's lowers its count and touches nothing else.
     second->Deactivate();
     EXPECT_EQ(-1, Core::ActivationCount(*second));
     EXPECT_EQ(first, TypeParam::GetCurrent(true));
-    first->Deactivate();
 }
 
-TYPED_TEST(BothContexts, AContextOfAnotherThreadIsRefused)
+TYPED_TEST(BothContexts, RefuseOneThatWentToAnotherThread)
 {
     const auto context = TypeParam::MakeNewContext();
     context->Activate();
-    std::thread{[&] {
+    zvktest::OnAnotherThread([&] {
         // A thread without a current one takes it; what the former thread sees then is a context elsewhere.
         context->Activate();
         context->Deactivate();
-    }}.join();
+    });
     EXPECT_EQ("context already active in another thread", this->FailureOf([&] { context->Activate(); }));
-    Up_ContextCore<TypeParam>::Detach("test", -1);
+    TestFixture::Core::Detach("test", -1);
 }
 
-TYPED_TEST(BothContexts, ADeadContextIsNoticed)
+TYPED_TEST(BothContexts, NoticeThatTheCurrentOneDied)
 {
+    using Core = typename TestFixture::Core;
     auto context = TypeParam::MakeNewContext();
     context->Activate();
     const auto token = context->GetActivationToken(true);
-    std::thread{[dying = std::move(context)]() mutable { dying.reset(); }}.join();
-    EXPECT_FALSE(this->HasCurrent());
-    EXPECT_TRUE(this->HasRecord());
+    zvktest::OnAnotherThread([dying = std::move(context)]() mutable { dying.reset(); });
+    EXPECT_FALSE(Core::HasCurrent());
+    EXPECT_TRUE(Core::ThreadRecord());
     EXPECT_FALSE(TypeParam::GetCurrent(true));
     EXPECT_EQ("current context is gone", this->FailureOf([] { TypeParam::GetCurrent(false); }));
     const auto other = TypeParam::MakeNewContext();
     EXPECT_EQ("current context is gone", this->FailureOf([&] { other->Activate(); }));
-    Up_ContextCore<TypeParam>::Detach("test", -1);
-    other->Activate();
-    other->Deactivate();
+    Core::Detach("test", -1);
 }
 
-TYPED_TEST(BothContexts, TheLastOwnerOnTheThreadTakesItsRecordAlong)
+TYPED_TEST(BothContexts, HaveStatesFromTheFirstFactoryOfAName)
 {
-    auto context = TypeParam::MakeNewContext();
-    context->Activate();
-    context.reset();
-    EXPECT_FALSE(this->HasRecord());
-}
-
-TYPED_TEST(BothContexts, StatesComeFromTheFirstFactoryOfAName)
-{
-    using Name = ImmutableString;
-    struct Mine : TypeParam::State {
+    using State = typename TypeParam::State;
+    struct Mine : State {
         explicit Mine(int v) : value{v} {}
-        Name GetStateName() const { return Name::Create("test.state"); }
+        ImmutableString GetStateName() const { return {}; }
         int value;
     };
-    const Name name = Name::Create("test.state"), late = Name::Create("test.late");
+    const auto name = ImmutableString::Create("test.state"), late = ImmutableString::Create("test.late");
     const auto make = [](int value) {
-        return [value](TypeParam*) { return boost::shared_ptr<typename TypeParam::State>{new Mine{value}}; };
+        return [value](TypeParam*) { return boost::shared_ptr<State>{new Mine{value}}; };
     };
     TypeParam::RegisterState(name, make(1));
     TypeParam::RegisterState(name, make(2));
@@ -115,46 +105,36 @@ TYPED_TEST(BothContexts, StatesComeFromTheFirstFactoryOfAName)
     ASSERT_TRUE(context->GetState(name));
     EXPECT_EQ(1, static_cast<Mine&>(*context->GetState(name)).value);
     EXPECT_FALSE(context->GetState(late));
-    TypeParam::UnregisterState(name);
-    TypeParam::UnregisterState(name);
-    TypeParam::UnregisterState(late);
+    for (const auto& gone : {late, name, name}) TypeParam::UnregisterState(gone);
     EXPECT_TRUE(context->GetState(name));
     EXPECT_FALSE(TypeParam::MakeNewContext()->GetState(name));
-}
 
-TYPED_TEST(BothContexts, AFactoryThatThrowsLeavesNothingBehind)
-{
-    const auto name = ImmutableString::Create("test.bad");
-    TypeParam::RegisterState(name,
-                             [](TypeParam*) -> boost::shared_ptr<typename TypeParam::State> { throw 7; });
-    EXPECT_THROW(TypeParam::MakeNewContext(), int);
-    TypeParam::UnregisterState(name);
-    TypeParam::RegisterState(name, {});
-    EXPECT_ANY_THROW(TypeParam::MakeNewContext());
-    TypeParam::UnregisterState(name);
+    const typename TypeParam::StateFactory broken[] = {
+        [](TypeParam*) -> boost::shared_ptr<State> { throw 7; }, {}};
+    for (const auto& factory : broken) {
+        TypeParam::RegisterState(name, factory);
+        EXPECT_ANY_THROW(TypeParam::MakeNewContext());
+        TypeParam::UnregisterState(name);
+    }
     EXPECT_TRUE(TypeParam::MakeNewContext());
 }
 
-TYPED_TEST(BothContexts, ManyThreadsEachHaveTheirOwn)
+TYPED_TEST(BothContexts, AreLentByAWeakSetterOnlyToAThreadWithoutOne)
 {
-    constexpr int kThreads = 8, kRounds = 200;
-    std::barrier start{kThreads};
-    std::vector<std::thread> threads;
-    std::atomic<int> wrong{0};
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            for (int round = 0; round < kRounds; ++round) {
-                const auto context = TypeParam::MakeNewContext();
-                context->Activate();
-                if (TypeParam::GetCurrent(true) != context) ++wrong;
-                context->Deactivate();
-                if (TypeParam::GetCurrent(true)) ++wrong;
-            }
-        });
+    using Setter = typename TestFixture::Setter;
+    const auto lent = TypeParam::MakeNewContext();
+    {
+        const Setter nothing{{}};
+        const Setter setter{lent};
+        EXPECT_EQ(lent, TypeParam::GetCurrent(true));
     }
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(0, wrong);
+    EXPECT_FALSE(TestFixture::Core::HasCurrent());
+    const Active<TypeParam> own;
+    {
+        const Setter setter{lent};
+        EXPECT_EQ(own, TypeParam::GetCurrent(true));
+    }
+    EXPECT_EQ(own, TypeParam::GetCurrent(true));
 }
 
 class ContextOnly : public ContextTest {};
@@ -179,54 +159,32 @@ TEST_F(ContextOnly, TheConstRecordStandsBesideTheCurrentOne)
 
 TEST_F(ContextOnly, ADeadConstContextIsNoticed)
 {
-    auto reading = U_Context::MakeNewContext();
-    reading->ActivateConst();
-    reading.reset();
+    U_Context::MakeNewContext()->ActivateConst();
     EXPECT_FALSE(U_Context::HasCurrentConst());
     const auto other = U_Context::MakeNewContext();
     EXPECT_EQ("current context is gone", FailureOf([&] { other->ActivateConst(); }));
     DetachConstContextTLS("test", -1);
 }
 
-TEST_F(ContextOnly, AWeakSetterLendsOnlyToAThreadWithoutOne)
-{
-    const auto own = U_Context::MakeNewContext(), lent = U_Context::MakeNewContext();
-    {
-        const U_WeakContextSetter setter{lent};
-        EXPECT_EQ(lent, U_Context::GetCurrent(true));
-    }
-    EXPECT_FALSE(U_Context::HasCurrent(true));
-    own->Activate();
-    {
-        const U_WeakContextSetter setter{lent};
-        EXPECT_EQ(own, U_Context::GetCurrent(true));
-    }
-    EXPECT_EQ(own, U_Context::GetCurrent(true));
-    own->Deactivate();
-    const U_WeakContextSetter nothing{{}};
-}
-
 TEST_F(ContextOnly, OnlyEscapeAborts)
 {
-    struct Keys {
-        std::vector<uint16_t> pending;
-        int flushes = 0;
-    } keys;
-    const U_KeyEventSource source{[](void* refcon, uint16_t* code) {
-                                      auto& pending = static_cast<Keys*>(refcon)->pending;
-                                      if (pending.empty()) return false;
-                                      *code = pending.front();
-                                      pending.erase(pending.begin());
-                                      return true;
-                                  },
-                                  [](void* refcon) { ++static_cast<Keys*>(refcon)->flushes; }, &keys};
-    const U_KeyEventSource former = U_SetKeyEventSource(source);
+    using Keys = std::vector<uint16_t>;
+    Keys keys;  // the oldest is the last
+    const U_KeyEventSource former =
+        U_SetKeyEventSource({[](void* refcon, uint16_t* code) {
+                                 auto& pending = *static_cast<Keys*>(refcon);
+                                 if (pending.empty()) return false;
+                                 *code = pending.back();
+                                 pending.pop_back();
+                                 return true;
+                             },
+                             [](void* refcon) { static_cast<Keys*>(refcon)->clear(); }, &keys});
     EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines());
-    keys.pending = {7, kU_KeyCode_Escape, 8};
+    keys = {8, kU_KeyCode_Escape, 7};
     EXPECT_FALSE(U_Context::CheckAbortAndFlushCompletionRoutines());
-    EXPECT_EQ(0, keys.flushes);
+    EXPECT_EQ(2u, keys.size());
     EXPECT_TRUE(U_Context::CheckAbortAndFlushCompletionRoutines());
-    EXPECT_EQ(1, keys.flushes);
+    EXPECT_TRUE(keys.empty());
     U_SetKeyEventSource(former);
 }
 
@@ -234,14 +192,14 @@ TEST_F(ContextOnly, ATemporaryRenderContextIsEndedByItsDeleter)
 {
     static int deleted;
     deleted = 0;
-    auto clone = U_RenderContext::MakeNewTempContext([](U_RenderContext* context) {
+    const auto destroy = [](U_RenderContext* context) {
         ++deleted;
         delete context;
-    });
-    EXPECT_TRUE(clone->GetIsTempCloneContext());
-    EXPECT_FALSE(U_RenderContext::MakeNewContext()->GetIsTempCloneContext());
-    clone.reset();
+    };
+    EXPECT_TRUE(U_RenderContext::MakeNewTempContext(destroy)->GetIsTempCloneContext());
     EXPECT_EQ(1, deleted);
+    EXPECT_FALSE(U_RenderContext::MakeNewContext()->GetIsTempCloneContext());
+    EXPECT_EQ("deleter is null", FailureOf([] { U_RenderContext::MakeNewTempContext(nullptr); }));
 }
 
 }  // namespace
