@@ -75,8 +75,14 @@ bool NextKey(void* /*refcon*/, uint16_t* key_code)
     return true;
 }
 
-void DropKeys(void* /*refcon*/) { RawTerminal{}.Drop(); }
+void DropKeys(void* /*refcon*/)
+{
+    RawTerminal{}.Drop();
+}
 
 }  // namespace
 
-U_KeyEventSource Up_TerminalKeyEventSource() { return {NextKey, DropKeys, nullptr}; }
+U_KeyEventSource Up_TerminalKeyEventSource()
+{
+    return {NextKey, DropKeys, nullptr};
+}

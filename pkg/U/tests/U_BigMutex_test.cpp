@@ -5,22 +5,18 @@
 #include <barrier>
 #include <thread>
 
+#include "Contend.h"
 #include "ContextTest.h"
 #include "U_DeadLock.h"
 #include "Up_DeadLock.h"
-#include "Up_LockOrder.h"
+#include "zvkcore/debug/DebugDatabase.h"
+
+using zvktest::OnAnotherThread;  // the born library's main thread never takes the mutex
 
 namespace {
 
 class BigMutex : public ContextTest {
   protected:
-    /// The born library's main thread never takes the mutex, so what is tested runs on another one.
-    template <class Body>
-    static void OnRenderThread(Body body)
-    {
-        std::thread{body}.join();
-    }
-
     static U::BigMutexState& StateOf(const boost::shared_ptr<U_RenderContext>& render)
     {
         return dynamic_cast<U::BigMutexState&>(*render->GetState(U::BigMutexState::S_StateName));
@@ -29,49 +25,36 @@ class BigMutex : public ContextTest {
 
 TEST_F(BigMutex, TheStateFollowsTheTable)
 {
-    OnRenderThread([] {
-        const auto render = U_RenderContext::MakeNewContext();
+    OnAnotherThread([] {
+        const Active<U_RenderContext> render;
         auto& state = StateOf(render);
         EXPECT_STREQ("BigMutexState", state.GetStateName().GetText());
         {
-            const U::BigMutexLock outer{render};
+            const U::BigMutexLock outer{{}};  // for the current render
             EXPECT_TRUE(state.HasLock());
             {
                 const U::BigMutexLock nested{render};
-                EXPECT_TRUE(state.HasLock());
             }
             EXPECT_TRUE(state.HasLock());  // the nested scope held nothing
             {
-                U::BigMutexSuspender suspender{render};
-                EXPECT_FALSE(state.HasLock());
-                U::BigMutexSuspender again{render};  // nothing to give up
-                again.RestoreLock();
-                EXPECT_FALSE(state.HasLock());
-                suspender.RestoreLock();
-                EXPECT_TRUE(state.HasLock());
-                state.ClearLock();
-                suspender.RestoreLock();
+                const U::BigMutexSuspender suspender{render};
                 EXPECT_FALSE(state.HasLock());
             }
+            EXPECT_TRUE(state.HasLock());
         }
         EXPECT_FALSE(state.HasLock());
         EXPECT_TRUE(state.SetLock());
         EXPECT_FALSE(state.SetLock());
-        state.ClearLock();
-    });
-}
-
-TEST_F(BigMutex, TheCurrentRenderIsTheDefault)
-{
-    OnRenderThread([] {
-        const auto render = U_RenderContext::MakeNewContext();
-        render->Activate();
         {
-            const U::BigMutexLock lock{{}};
-            EXPECT_TRUE(StateOf(render).HasLock());
+            U::BigMutexSuspender suspender{render};
+            U::BigMutexSuspender again{render};  // nothing to give up, and nothing to take back
+            again.RestoreLock();
+            EXPECT_FALSE(state.HasLock());
+            suspender.RestoreLock();
+            EXPECT_TRUE(state.HasLock());
+            state.ClearLock();
         }
-        EXPECT_FALSE(StateOf(render).HasLock());
-        render->Deactivate();
+        EXPECT_FALSE(state.HasLock());  // it was taken back before
     });
 }
 
@@ -80,23 +63,32 @@ TEST_F(BigMutex, TheMainThreadHoldsNothing)
     const auto render = U_RenderContext::MakeNewContext();
     const U::BigMutexLock lock{render};
     EXPECT_FALSE(StateOf(render).HasLock());
+    EXPECT_EQ("suspended render context is null", FailureOf([] { U::BigMutexSuspender{{}}; }));
 }
 
-TEST_F(BigMutex, ALockDiesWithItsRender)
+// The key is read once a process, so this happens in one of its own.
+TEST_F(BigMutex, TheKeySwitchesEveryScopeOff)
 {
-    OnRenderThread([] {
-        auto render = U_RenderContext::MakeNewContext();
-        StateOf(render).SetLock();
-        render.reset();
-    });
-    OnRenderThread([] { const U::BigMutexLock lock{U_RenderContext::MakeNewContext()}; });
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto look = [] {
+        zvkcore::debug::DebugDatabase::Instance().SetEntry("QL.UseBigMutexR", false);
+        OnAnotherThread([] {
+            const auto render = U_RenderContext::MakeNewContext();
+            const U::BigMutexLock lock{render};
+            _exit(StateOf(render).HasLock() ? 1 : 0);
+        });
+    };
+    EXPECT_EXIT(look(), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(BigMutex, ALockGoesBackOnItsOwnThread)
 {
     std::barrier step{2};
     auto render = U_RenderContext::MakeNewContext();
-    std::thread owner{[&] {
+    std::jthread owner{[&] {
+        auto gone = U_RenderContext::MakeNewContext();
+        StateOf(gone).SetLock();
+        gone.reset();  // with its render, as this is its thread
         const U::BigMutexLock lock{render};
         step.arrive_and_wait();
         step.arrive_and_wait();
@@ -111,144 +103,129 @@ TEST_F(BigMutex, ALockGoesBackOnItsOwnThread)
     render.reset();  // the state dies on this thread, and its lock at the end of the owner's scope
     step.arrive_and_wait();
     owner.join();
-    OnRenderThread([] { const U::BigMutexLock lock{U_RenderContext::MakeNewContext()}; });
+    OnAnotherThread([] { const U::BigMutexLock lock{U_RenderContext::MakeNewContext()}; });
 }
 
 TEST_F(BigMutex, RendersSerialiseAndSuspendersLetOthersIn)
 {
     constexpr int kThreads = 8, kRounds = 300;
-    std::barrier start{kThreads};
     int inside = 0, total = 0;  // only under the mutex
-    std::vector<std::thread> threads;
     std::atomic<int> crowded{0};
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&, i] {
-            const auto render = i % 2 ? U_RenderContext::MakeNewContext() : nullptr;
-            start.arrive_and_wait();
-            for (int round = 0; round < kRounds; ++round) {
-                const U::BigMutexLock lock{render};
-                const U::BigMutexLock nested{render};
-                if (++inside != 1) ++crowded;
-                --inside;
-                if (render) {
-                    const U::BigMutexSuspender wait{render};
-                }
-                if (++inside != 1) ++crowded;
-                ++total;
-                --inside;
+    zvktest::Contend(kThreads, [&](int thread) {
+        const auto render = thread % 2 ? U_RenderContext::MakeNewContext() : nullptr;
+        for (int round = 0; round < kRounds; ++round) {
+            const U::BigMutexLock lock{render};
+            const U::BigMutexLock nested{render};
+            if (++inside != 1) ++crowded;
+            --inside;
+            if (render) {
+                const U::BigMutexSuspender wait{render};
             }
-        });
-    }
-    for (auto& thread : threads) thread.join();
+            if (++inside != 1) ++crowded;
+            ++total;
+            --inside;
+        }
+    });
     EXPECT_EQ(0, crowded);
     EXPECT_EQ(kThreads * kRounds, total);
 }
 
-struct Override {
-    const char* name;
-    bool enabled;
-    unsigned char percent;
-    bool state;
-    unsigned char result;
-};
-
-class Overrides : public testing::TestWithParam<Override> {};
-
-TEST_P(Overrides, StoreThePercentByTheState)
+TEST(Overrides, StoreThePercentByTheState)
 {
-    U::SetMultiThreadedRenderingOverrides(GetParam().enabled, GetParam().percent);
-    EXPECT_EQ(GetParam().state, U::GetMultiThreadedRenderingState(!GetParam().state));
-    EXPECT_EQ(GetParam().result, U::GetMultiThreadedMaximumCPUPercent(77));
-    U::ResetMultiThreadedRenderingOverrides();
-    EXPECT_TRUE(U::GetMultiThreadedRenderingState(true));
-    EXPECT_FALSE(U::GetMultiThreadedRenderingState(false));
-    EXPECT_EQ(77, U::GetMultiThreadedMaximumCPUPercent(77));
+    struct Row {
+        const char* name;
+        bool enabled;
+        unsigned char percent, result;
+    };
+    for (const Row& row : {Row{"off is all", false, 50, 100}, Row{"zero leaves it open", true, 0, 77},
+                           Row{"as given", true, 60, 60}, Row{"capped", true, 200, 100}}) {
+        U::SetMultiThreadedRenderingOverrides(row.enabled, row.percent);
+        EXPECT_EQ(row.enabled, U::GetMultiThreadedRenderingState(!row.enabled)) << row.name;
+        EXPECT_EQ(row.result, U::GetMultiThreadedMaximumCPUPercent(77)) << row.name;
+        U::ResetMultiThreadedRenderingOverrides();
+        for (const bool state : {true, false}) EXPECT_EQ(state, U::GetMultiThreadedRenderingState(state));
+        EXPECT_EQ(77, U::GetMultiThreadedMaximumCPUPercent(77));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Rows, Overrides,
-                         testing::Values(Override{"OffIsAll", false, 50, false, 100},
-                                         Override{"ZeroIsOpen", true, 0, true, 77},
-                                         Override{"AsGiven", true, 60, true, 60},
-                                         Override{"Capped", true, 200, true, 100}),
-                         [](const auto& row) { return std::string{row.param.name}; });
 
 // --- The detector of lock order ----------------------------------------------------------------------------
 
 class LockOrder : public ContextTest {
   protected:
     using Name = zvkcore::utility::ImmutableString;
-    const U::DeadLockDreadNot::MutexLockInfo* Held(const void* mutex) const
+
+    void Lock(int place, const Name& name) { m_detector.OnMutexLocked(&m_mutexes[place], name, nullptr); }
+    const U::DeadLockDreadNot::MutexLockInfo* Held(int place) const
     {
-        const auto* thread = m_detector.ThisThread();
-        if (!thread) return nullptr;
-        const auto found = thread->held.find(mutex);
-        return found == thread->held.end() ? nullptr : &found->second;
+        const auto& held = m_detector.ThisThread()->held;
+        const auto found = held.find(&m_mutexes[place]);
+        return found == held.end() ? nullptr : &found->second;
     }
-    std::size_t Held() const { return m_detector.ThisThread() ? m_detector.ThisThread()->held.size() : 0; }
+    int Count(int place) const { return Held(place) ? Held(place)->lock_count : 0; }
 
     U::DeadLockDreadNot m_detector;
-    const char m_mutexes[4] = {};  // places in ascending order, as the walk goes
+    const char m_mutexes[2] = {};  // places in ascending order, as the walk goes
     const Name m_first = Name::Create("QL.U.BigMutex"), m_fifth = Name::Create("MLFoundation::Initialize"),
                m_ninth = Name::Create("CVL::Foundation::Initialize");
 };
 
 TEST_F(LockOrder, OnlyNamedLocksOfTheOrderAreTracked)
 {
-    m_detector.OnMutexLocked(&m_mutexes[0], Name::Create("nobody's lock"), nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[0], {}, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[0], {}, "");
-    EXPECT_EQ(0u, Held());
+    Lock(0, Name::Create("nobody's lock"));
+    for (const char* text : {static_cast<const char*>(nullptr), "", "nobody's lock"}) {
+        m_detector.OnMutexLocked(&m_mutexes[0], {}, text);
+        EXPECT_FALSE(Held(0));
+    }
     m_detector.OnMutexLocked(&m_mutexes[0], {}, "QL.U.BigMutex");
-    ASSERT_TRUE(Held(&m_mutexes[0]));
-    EXPECT_EQ(m_first, Held(&m_mutexes[0])->name);
-    EXPECT_NE(std::string::npos, Held(&m_mutexes[0])->callstack.find('\n'));
+    ASSERT_TRUE(Held(0));
+    EXPECT_EQ(m_first, Held(0)->name);
+    EXPECT_NE(std::string::npos, Held(0)->callstack.find('\n'));
 }
 
-TEST_F(LockOrder, RecursiveLocksCount)
+TEST_F(LockOrder, RecursiveLocksCountBehindEarlierOnesToo)
 {
-    m_detector.OnMutexLocked(&m_mutexes[0], m_first, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[0], m_first, nullptr);
-    EXPECT_EQ(2, Held(&m_mutexes[0])->lock_count);
-    m_detector.OnMutexUnlocked(&m_mutexes[0]);
-    EXPECT_EQ(1, Held(&m_mutexes[0])->lock_count);
-    m_detector.OnMutexUnlocked(&m_mutexes[0]);
-    m_detector.OnMutexUnlocked(&m_mutexes[0]);
-    EXPECT_EQ(0u, Held());
+    Lock(0, m_first);
+    for (const int count : {1, 2}) {
+        Lock(1, m_fifth);
+        EXPECT_EQ(count, Count(1));
+    }
+    for (const int count : {1, 0, 0}) {
+        m_detector.OnMutexUnlocked(&m_mutexes[1]);
+        EXPECT_EQ(count, Count(1));
+    }
+    EXPECT_FALSE(Held(1));
+    EXPECT_EQ(1, Count(0));
 }
 
-TEST_F(LockOrder, ABreachIsSilentAndStopsTheWalk)
+TEST_F(LockOrder, TheWalkStopsSilentlyAtABreachAndAtANamesake)
 {
-    m_detector.OnMutexLocked(&m_mutexes[1], m_fifth, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[1], m_fifth, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[0], m_ninth, nullptr);
-    // Taking the fifth while holding the ninth: the walk stops there and does not find the entry behind it.
-    m_detector.OnMutexLocked(&m_mutexes[1], m_fifth, nullptr);
-    EXPECT_EQ(1, Held(&m_mutexes[1])->lock_count);
-    EXPECT_EQ(2u, Held());
+    for (const Name& inFront : {m_ninth, m_fifth}) {
+        for (const int count : {1, 2}) {
+            Lock(1, m_fifth);
+            EXPECT_EQ(count, Count(1));
+        }
+        Lock(0, inFront);
+        // The fifth again: the walk stops at the one in front and does not find the entry behind it.
+        Lock(1, m_fifth);
+        EXPECT_EQ(1, Count(1));
+        EXPECT_EQ(1, Count(0));
+        for (const char& mutex : m_mutexes) m_detector.OnMutexUnlocked(&mutex);
+    }
     EXPECT_TRUE(Reports().empty());
-}
-
-TEST_F(LockOrder, TwoMutexesOfOneNameAreTwoEntries)
-{
-    m_detector.OnMutexLocked(&m_mutexes[0], m_first, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[1], m_first, nullptr);
-    m_detector.OnMutexLocked(&m_mutexes[1], m_first, nullptr);  // the walk stops at the namesake in front
-    EXPECT_EQ(1, Held(&m_mutexes[1])->lock_count);
-    EXPECT_EQ(2u, Held());
 }
 
 TEST_F(LockOrder, AnInstalledDetectorHearsOfTheBigMutex)
 {
     const auto detector = std::make_shared<U::DeadLockDreadNot>();
     const auto former = zvkcore::debug::deadlocks::InstallDeadLockDetector(detector);
-    std::thread{[&] {
+    OnAnotherThread([&] {
         {
             const auto render = U_RenderContext::MakeNewContext();
             const U::BigMutexLock lock{render};
             EXPECT_EQ(1u, detector->ThisThread()->held.size());
         }
         EXPECT_TRUE(detector->ThisThread()->held.empty());
-    }}.join();
+    });
     zvkcore::debug::deadlocks::InstallDeadLockDetector(former);
 }
 
@@ -260,7 +237,7 @@ TEST(ThreadHelpers, HoldingALockIsPerThreadAndNests)
         const U::ScNotifyHoldingMutexLock inner{"inner"};
     }
     EXPECT_TRUE(U::ScNotifyHoldingMutexLock::IsHoldingLock());
-    std::thread{[] { EXPECT_FALSE(U::ScNotifyHoldingMutexLock::IsHoldingLock()); }}.join();
+    OnAnotherThread([] { EXPECT_FALSE(U::ScNotifyHoldingMutexLock::IsHoldingLock()); });
 }
 
 TEST(ThreadHelpers, AWrappedGateOpenerHasOneTaker)
@@ -269,7 +246,6 @@ TEST(ThreadHelpers, AWrappedGateOpenerHasOneTaker)
     auto wrapper = U::WrapGateOpener(std::make_shared<U::GateOpener>(gate));
     auto copy = wrapper;
     auto taken = U::UnwrapGateOpener(wrapper);
-    EXPECT_TRUE(taken);
     EXPECT_FALSE(U::UnwrapGateOpener(copy));
     EXPECT_FALSE(gate->IsOpen());
     taken.reset();

@@ -1,6 +1,5 @@
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -14,7 +13,8 @@ namespace {
 
 // The look at the keys runs in a child whose standard input is the terminal that this test types into. The
 // child says what it saw by its exit code.
-int InTerminal(const std::string& typed, int (*body)())
+template <class Body>
+int InTerminal(const std::string& typed, Body body)
 {
     int master = -1;
     int ready[2] = {-1, -1};
@@ -35,52 +35,37 @@ int InTerminal(const std::string& typed, int (*body)())
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-struct Look {
-    const char* name;
-    const char* typed;
-    int escapes;  // how many looks of four answer yes
-    int others;   // how many of the others see another key
-};
-
-class TerminalKeys : public testing::TestWithParam<Look> {};
-
-int CountLooks()
+// How many looks of four see the Escape key, in tens, and how many another one.
+int CountLooks(bool flush)
 {
     termios before = {}, after = {};
     tcgetattr(STDIN_FILENO, &before);
     const U_KeyEventSource source = Up_TerminalKeyEventSource();
-    int escapes = 0, others = 0;
+    if (flush) source.flush(source.refcon);
+    int seen = 0;
     for (int i = 0; i < 4; ++i) {
         uint16_t code = 0;
-        if (!source.next(source.refcon, &code)) continue;
-        ++(code == kU_KeyCode_Escape ? escapes : others);
+        if (source.next(source.refcon, &code)) seen += code == kU_KeyCode_Escape ? 10 : 1;
     }
     tcgetattr(STDIN_FILENO, &after);
-    if (before.c_lflag != after.c_lflag || before.c_cc[VMIN] != after.c_cc[VMIN]) return 98;
-    return escapes * 10 + others;
+    const bool kept = before.c_lflag == after.c_lflag && before.c_cc[VMIN] == after.c_cc[VMIN];
+    return kept ? seen : 98;
 }
 
-TEST_P(TerminalKeys, AreSeenOneALookAndModesStay)
+TEST(TerminalKeys, AreSeenOneALookAndModesStay)
 {
-    EXPECT_EQ(GetParam().escapes * 10 + GetParam().others, InTerminal(GetParam().typed, CountLooks));
-}
-
-INSTANTIATE_TEST_SUITE_P(Typed, TerminalKeys,
-                         testing::Values(Look{"Nothing", "", 0, 0}, Look{"Letters", "ab", 0, 2},
-                                         Look{"Escape", "\x1b", 1, 0},
-                                         Look{"LetterThenEscape", "a\x1b", 1, 1},
-                                         Look{"ArrowIsNoEscape", "\x1b[A", 0, 1},
-                                         Look{"FunctionKeyIsNoEscape", "\x1b[15~", 0, 1}),
-                         [](const auto& row) { return std::string{row.param.name}; });
-
-TEST(TerminalKeysFlush, DropsWhatIsTyped)
-{
-    EXPECT_EQ(0, InTerminal("abc", [] {
-                  const U_KeyEventSource source = Up_TerminalKeyEventSource();
-                  source.flush(source.refcon);
-                  uint16_t code = 0;
-                  return source.next(source.refcon, &code) ? 1 : 0;
-              }));
+    struct Row {
+        const char* name;
+        const char* typed;
+        int seen;
+        bool flush = false;
+    };
+    for (const Row& row :
+         {Row{"nothing", "", 0}, Row{"letters", "ab", 2}, Row{"Escape", "\x1b", 10},
+          Row{"a letter, then Escape", "a\x1b", 11}, Row{"an arrow is no Escape", "\x1b[A", 1},
+          Row{"a function key is no Escape", "\x1b[15~", 1}, Row{"dropped", "abc", 0, true}}) {
+        EXPECT_EQ(row.seen, InTerminal(row.typed, [&] { return CountLooks(row.flush); })) << row.name;
+    }
 }
 
 }  // namespace
