@@ -163,6 +163,14 @@ Plane<std::uint8_t> TrimapOf(const Mask& mask)
     return trimap;
 }
 
+void TakeStrokes(Plane<std::uint8_t>& trimap, const Mask& plus, const Mask& minus)
+{
+    for (std::size_t i = 0; i < trimap.pixels.size(); ++i) {
+        if (!IsUnsure(trimap.pixels[i]) || plus.pixels[i] == minus.pixels[i]) continue;
+        trimap.pixels[i] = plus.pixels[i] ? kSubject : kGround;
+    }
+}
+
 Plane<std::uint8_t> MatteOf(const Image& image, const Plane<std::uint8_t>& trimap)
 {
     Plane<float> alpha{image.width, image.height};

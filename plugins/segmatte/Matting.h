@@ -19,6 +19,10 @@ inline constexpr std::uint8_t kGround = 0, kUnsure = 128, kSubject = 255;
 /// part of the subject lies in it altogether.
 Plane<std::uint8_t> TrimapOf(const Mask& mask);
 
+/// Makes unsure pixels of a trimap sure: those under a plus stroke are of the subject, those under a minus
+/// stroke of the ground. Under both, and outside of the band, nothing changes. All three have one size.
+void TakeStrokes(Plane<std::uint8_t>& trimap, const Mask& plus, const Mask& minus);
+
 /// The subject's share of each pixel, 0 to 255. Values of the trimap below 64 count as ground and above 191
 /// as subject.
 Plane<std::uint8_t> MatteOf(const Image& image, const Plane<std::uint8_t>& trimap);

@@ -92,13 +92,17 @@ Plane<std::uint8_t> GrayOf(const tessaly::AnyImageView& any)
         any);
 }
 
-Mask StrokesOf(const boost::shared_ptr<tessaly::CheckoutReceipt>& receipt, Size size)
+Mask StrokesOf(const tessaly::AnyImageView& view, Size size)
 {
-    if (!receipt) return Mask{size.width, size.height};
-    Mask strokes = GrayOf(receipt->GetView());
+    Mask strokes = GrayOf(view);
     if (strokes.pixels.empty()) return Mask{size.width, size.height};
     for (auto& pixel : strokes.pixels) pixel = pixel >= 128;
     return ReduceAny(strokes, size);
+}
+
+Mask StrokesOf(const boost::shared_ptr<tessaly::CheckoutReceipt>& receipt, Size size)
+{
+    return StrokesOf(receipt ? receipt->GetView() : tessaly::AnyImageView{}, size);
 }
 
 bool Write(const Plane<std::uint8_t>& values, const tessaly::AnyImageView& any)

@@ -14,7 +14,9 @@ Image ImageOf(const tessaly::AnyImageView& view);
 /// The first channel as eight bits.
 Plane<std::uint8_t> GrayOf(const tessaly::AnyImageView& view);
 
-/// What of a receipt, which may be empty, is at least half covered. Without pixels an empty mask of `size`.
+/// What of a view is at least half covered. Without pixels an empty mask of `size`.
+Mask StrokesOf(const tessaly::AnyImageView& view, Size size);
+/// The same of a receipt, which may be empty.
 Mask StrokesOf(const boost::shared_ptr<tessaly::CheckoutReceipt>& receipt, Size size);
 
 /// Writes values to every colour of a view, and full alpha. False, and nothing written, when the sizes

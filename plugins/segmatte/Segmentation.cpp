@@ -127,21 +127,23 @@ Segment Propagate(const Segment& former, const Image& formerImage, const Image& 
     if (IsEmpty(former.mask)) return SegmentStroked(image, strokes);
     const Shift shift = EstimateShift(formerImage, former.mask, image, kReach);
     Mask predicted = Shifted(former.mask, shift);
+    for (std::size_t i = 0; i < predicted.pixels.size(); ++i) {
+        const bool subject = strokes.subject.pixels[i], ground = strokes.ground.pixels[i];
+        if (subject != ground) predicted.pixels[i] = subject;
+    }
     const Plane<float> inside = SignedDistance(predicted, 2 * kBand);
     Mask mask = CutBand(image, inside, kBand, kPrior, *former.models, &strokes);
-    for (std::size_t i = 0; i < predicted.pixels.size(); ++i)
-        predicted.pixels[i] |= strokes.subject.pixels[i];
     KeepConnected(mask, predicted);
     return {std::move(mask), former.models};
 }
 
-Mask RefineEdge(const Segment& coarse, const Image& image)
+Mask RefineEdge(const Segment& coarse, const Image& image, const Strokes* strokes)
 {
     const Size size{image.width, image.height};
     if (!coarse.models) return Mask{size.width, size.height};
     if (coarse.mask.width == size.width && coarse.mask.height == size.height) return coarse.mask;
     const Plane<float> inside = Enlarge(SignedDistance(coarse.mask, 2 * kEdgeBand + 1), size);
-    return CutBand(image, inside, kEdgeBand, 1, *coarse.models, nullptr);
+    return CutBand(image, inside, kEdgeBand, 1, *coarse.models, strokes);
 }
 
 Shift EstimateShift(const Image& from, const Mask& mask, const Image& to, int reach)

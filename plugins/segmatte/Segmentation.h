@@ -41,12 +41,14 @@ struct Segment {
 /// the picture's margin stands in for it.
 Segment SegmentStroked(const Image& image, const Strokes& strokes);
 
-/// Carries a segment from the former frame to this one; strokes on this frame correct it.
+/// Carries a segment from the former frame to this one; strokes on this frame correct it, and the border is
+/// looked for around them too.
 Segment Propagate(const Segment& former, const Image& formerImage, const Image& image,
                   const Strokes& strokes);
 
-/// Finds the border of a coarse segment again in the full picture.
-Mask RefineEdge(const Segment& coarse, const Image& image);
+/// Finds the border of a coarse segment again in the full picture. Strokes of the full picture, which may be
+/// null, hold to the pixel.
+Mask RefineEdge(const Segment& coarse, const Image& image, const Strokes* strokes = nullptr);
 
 /// How the pixels of a mask moved from one picture to the next, as one shift of whole pixels.
 struct Shift {

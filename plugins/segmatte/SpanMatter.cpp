@@ -62,9 +62,12 @@ bool SpanMatter::Render(int frame, tessaly::Segmenter* segmenter, tessaly::Rende
     if (type) *type = RenderFrameData::OutputType_None;
     const auto receipt = data.CheckoutInputImage(frame);
     const Image image = receipt ? ImageOf(receipt->GetView()) : Image{};
-    const Trimap trimap = FindTrimap(frame, image, segmenter, data, other, cache);
+    Trimap trimap = FindTrimap(frame, image, segmenter, data, other, cache);
     if (image.pixels.empty() || !HaveOneSize(image, trimap) || data.AbortRenderCheck()) return false;
 
+    const Size size{image.width, image.height};
+    TakeStrokes(trimap, StrokesOf(data.CheckoutMattingPlusStrokesImage(frame), size),
+                StrokesOf(data.CheckoutMattingMinusStrokesImage(frame), size));
     Write(trimap, data.AllocateOutput(tessaly::OutputIndex_Trimap));
     if (!Write(wantsTrimap ? trimap : MatteOf(image, trimap), data.AllocateOutput(index))) return false;
     if (status) *status = 0;

@@ -1,5 +1,6 @@
 // The matter of a span: a soft edge for what the span's segmenter found. The trimap is that of the host when
-// it has one (a frozen frame brings its own), and otherwise a band around the segment's border.
+// it has one (a frozen frame brings its own), and otherwise a band around the segment's border. Plus and
+// minus strokes of the frame settle the pixels of the band that they cover.
 #ifndef SEGMATTE_SPANMATTER_H
 #define SEGMATTE_SPANMATTER_H
 

@@ -10,6 +10,7 @@
 namespace segmatte {
 namespace {
 
+using namespace zvkcore::string::literals;
 using zvkcore::utility::Guid;
 
 /// Pixels in the host's memory, which counts them and asks its caches for room when they become many.
@@ -59,13 +60,49 @@ struct SegmentValue : tessaly::Value {
 struct LastMask : tessaly::CrossRenderCache {
     Guid state;
     int frame = 0;
-    Plane<std::uint8_t> mask;  // 0 and 255
+    Mask mask;
 };
 
 Image InputAt(int frame, tessaly::RenderFrameData& data)
 {
     const auto receipt = data.CheckoutInputImage(frame);
     return receipt ? ImageOf(receipt->GetView()) : Image{};
+}
+
+Strokes StrokesAt(int frame, tessaly::RenderFrameData& data, Size size)
+{
+    return {StrokesOf(data.CheckoutForegroundStrokesImage(frame), size),
+            StrokesOf(data.CheckoutBackgroundStrokesImage(frame), size)};
+}
+
+// Adds the stroke that the user is drawing, which wins over those that it crosses.
+Strokes WithDrawn(Strokes strokes, tessaly::RenderFrameData& data, Size size)
+{
+    const bool ground = data.GetRenderingParamBagValue("Segmatte.InteractiveStroke") == "background"_utf8;
+    const Mask drawn = StrokesOf(data.GetInteractiveStrokeBuffer(), size);
+    for (std::size_t i = 0; i < drawn.pixels.size(); ++i) {
+        if (!drawn.pixels[i]) continue;
+        strokes.subject.pixels[i] = !ground;
+        strokes.ground.pixels[i] = ground;
+    }
+    return strokes;
+}
+
+// The segment of a frame: carried on from the former frame's value, or found by the strokes alone.
+Segment SegmentOf(const Image& image, const Strokes& strokes, const boost::shared_ptr<tessaly::Value>& value)
+{
+    const auto former = boost::dynamic_pointer_cast<SegmentValue>(value);
+    if (!former) return SegmentStroked(image, strokes);
+    const Image formerImage = former->image.Copy();
+    if (formerImage.width != image.width || formerImage.height != image.height)
+        return SegmentStroked(image, strokes);
+    return Propagate(former->ToSegment(), formerImage, image, strokes);
+}
+
+bool WriteMask(Mask mask, const tessaly::AnyImageView& view)
+{
+    for (auto& pixel : mask.pixels) pixel = pixel ? 255 : 0;
+    return Write(mask, view);
 }
 
 Guid Mix(std::initializer_list<Guid> guids, std::uint32_t number)
@@ -96,12 +133,7 @@ class SpanSegmenter::Step : public tessaly::Computator {
         if (full.pixels.empty()) return m_former;
         const Size size = FitWithin({full.width, full.height}, kCoarse);
         const Image image = Reduce(full, size);
-        Strokes strokes{StrokesOf(m_data.CheckoutForegroundStrokesImage(m_frame), size),
-                        StrokesOf(m_data.CheckoutBackgroundStrokesImage(m_frame), size)};
-        const auto former = boost::dynamic_pointer_cast<SegmentValue>(m_former);
-        const bool follows = former && former->image.Copy().pixels.size() == image.pixels.size();
-        const Segment segment = follows ? Propagate(former->ToSegment(), former->image.Copy(), image, strokes)
-                                        : SegmentStroked(image, strokes);
+        const Segment segment = SegmentOf(image, StrokesAt(m_frame, m_data, size), m_former);
         return boost::make_shared<SegmentValue>(segment, image);
     }
     bool Computed() const { return m_computed; }
@@ -146,6 +178,8 @@ bool SpanSegmenter::Render(int frame, tessaly::Segmenter*, tessaly::RenderFrameD
                            tessaly::OutputIndex index)
 {
     if (frame < 0) return false;
+    if (data.HasInteractiveStroke() && frame == data.GetCurrentFrame())
+        return RenderDrawn(frame, data, status, index);
     const Guid state = StateAt(frame, data);
     auto last = boost::dynamic_pointer_cast<LastMask>(cache);
     const bool atHand = last && last->state == state && last->frame == frame;
@@ -159,11 +193,26 @@ bool SpanSegmenter::Render(int frame, tessaly::Segmenter*, tessaly::RenderFrameD
         last->state = state;
         last->frame = frame;
         last->mask = RefineEdge(value->ToSegment(), image);
-        for (auto& pixel : last->mask.pixels) pixel = pixel ? 255 : 0;
         cache = last;
     }
     if (status) *status = computed ? 0 : 1;
-    return Write(last->mask, data.AllocateOutput(index));
+    return WriteMask(last->mask, data.AllocateOutput(index));
+}
+
+bool SpanSegmenter::RenderDrawn(int frame, tessaly::RenderFrameData& data, unsigned char* status,
+                                tessaly::OutputIndex index)
+{
+    bool computed = false;
+    const auto former = frame > 0 ? Reach(frame - 1, data, computed) : nullptr;
+    const Image image = InputAt(frame, data);
+    if (image.pixels.empty() || data.AbortRenderCheck()) return false;
+    const Size full{image.width, image.height}, size = FitWithin(full, kCoarse);
+    const Segment segment =
+        SegmentOf(Reduce(image, size), WithDrawn(StrokesAt(frame, data, size), data, size), former);
+    const Mask none{full.width, full.height};
+    const Strokes drawn = WithDrawn({none, none}, data, full);
+    if (status) *status = 0;
+    return WriteMask(RefineEdge(segment, image, &drawn), data.AllocateOutput(index));
 }
 
 // Frame data is handed to every call that needs it, so there is nothing to keep and to forget.

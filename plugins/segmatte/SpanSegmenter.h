@@ -3,6 +3,10 @@
 // purged is computed again from the nearest frame that is left. The mask at full size is kept for one frame,
 // in the cache that the host carries from render to render.
 //
+// The stroke that a user is drawing takes part in the render of its frame at once, and nothing of that is
+// kept: it looks otherwise at the next movement, and no parameter tells of it. It is one on the subject,
+// unless the host's value "Segmatte.InteractiveStroke" is "background".
+//
 // threads  as the interface says: one thread at a time calls an object. The cached frames may be asked for on
 //          any.
 #ifndef SEGMATTE_SPANSEGMENTER_H
@@ -44,6 +48,8 @@ class SpanSegmenter : public tessaly::Segmenter {
 
     zvkcore::utility::Guid StateAt(int frame, tessaly::RenderFrameData& data) const;
     boost::shared_ptr<tessaly::Value> Reach(int frame, tessaly::RenderFrameData& data, bool& computed);
+    bool RenderDrawn(int frame, tessaly::RenderFrameData& data, unsigned char* status,
+                     tessaly::OutputIndex index);
     boost::shared_ptr<tessaly::Value> Find(int frame, const zvkcore::utility::Guid& state) const;
 
     const zvkcore::utility::Guid m_identity;
