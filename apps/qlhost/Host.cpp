@@ -8,6 +8,7 @@
 #include <iterator>
 #include <vector>
 
+#include "Messages.h"
 #include "zvkcore/config/Config.h"
 #include "zvkcore/console/ConsoleLogFile.h"
 #include "zvkcore/debug/Trace.h"
@@ -42,12 +43,19 @@ std::vector<unsigned short> ReadUnits(const std::filesystem::path& path, std::si
     return units;
 }
 
+// Errors that the library names by a key speak the language of the dictionary, like everything else.
+void ThrowTranslated(int level, const char* text)
+{
+    throw zvkcore::config::Error{level, Text(text).c_str()};
+}
+
 }  // namespace
 
 LibraryLife::LibraryLife(const RenderOptions& options, std::string& why)
 {
     if (!OpenLog(options, why)) return;
     zvkcore::config::SetClientName(u"qlhost"_u16);
+    zvkcore::config::SetErrorThrower(ThrowTranslated);
     if (const Err err = U_Birth("qlhost", false)) {
         why = "the library cannot start: error " + std::to_string(err);
         return;

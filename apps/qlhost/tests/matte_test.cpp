@@ -110,9 +110,13 @@ TEST_F(Matte, EndsWithOneSentence)
     EXPECT_EQ(Host("matte " + (m_folder / "nowhere").string()).code, 3);
 
     fs::create_directory(m_folder / "empty");
-    const Ended missing = Cut("--plugins " + (m_folder / "empty").string());
+    const std::string without = "--plugins " + (m_folder / "empty").string();
+    const Ended missing = Cut(without);
     EXPECT_EQ(missing.code, 4);
     ExpectWords(missing, {"The Halo Brush plug-in is missing."});
+    ExpectWords(
+        Cut(without + " --dictionary " + fs::path{QLHOST_PROGRAM}.parent_path().string() + "/de.zdct"),
+        {"Das Plug-in Halo Brush fehlt."});
 }
 
 }  // namespace
