@@ -144,78 +144,37 @@ constexpr size_t kPlain = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 }  // namespace
 
-void* operator new(size_t size)
-{
-    return NewOrThrow(size, kPlain);
-}
-void* operator new[](size_t size)
-{
-    return NewOrThrow(size, kPlain);
-}
-void* operator new(size_t size, const std::nothrow_t&) noexcept
-{
-    return NewQuietly(size, kPlain);
-}
-void* operator new[](size_t size, const std::nothrow_t&) noexcept
-{
-    return NewQuietly(size, kPlain);
-}
-void* operator new(size_t size, std::align_val_t alignment)
-{
-    return NewOrThrow(size, size_t(alignment));
-}
-void* operator new[](size_t size, std::align_val_t alignment)
-{
-    return NewOrThrow(size, size_t(alignment));
-}
-void* operator new(size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return NewQuietly(size, size_t(alignment));
-}
-void* operator new[](size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
-{
-    return NewQuietly(size, size_t(alignment));
-}
-void operator delete(void* block) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete[](void* block) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete(void* block, size_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete[](void* block, size_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete(void* block, std::align_val_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete[](void* block, std::align_val_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete(void* block, size_t, std::align_val_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete[](void* block, size_t, std::align_val_t) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept
-{
-    __wrap_free(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept
-{
-    __wrap_free(block);
-}
+// Every form is replaced, not the ones that the others rest on alone: under a sanitizer the others are its own.
+#define QL_REPLACE_NEW(PARAMETERS, CALL) \
+    void* operator new PARAMETERS        \
+    {                                    \
+        return CALL;                     \
+    }                                    \
+    void* operator new[] PARAMETERS      \
+    {                                    \
+        return CALL;                     \
+    }
+#define QL_REPLACE_DELETE(PARAMETERS)          \
+    void operator delete PARAMETERS noexcept   \
+    {                                          \
+        __wrap_free(block);                    \
+    }                                          \
+    void operator delete[] PARAMETERS noexcept \
+    {                                          \
+        __wrap_free(block);                    \
+    }
+
+QL_REPLACE_NEW((size_t size), NewOrThrow(size, kPlain))
+QL_REPLACE_NEW((size_t size, std::align_val_t alignment), NewOrThrow(size, size_t(alignment)))
+QL_REPLACE_NEW((size_t size, const std::nothrow_t&) noexcept, NewQuietly(size, kPlain))
+QL_REPLACE_NEW((size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept,
+               NewQuietly(size, size_t(alignment)))
+QL_REPLACE_DELETE((void* block))
+QL_REPLACE_DELETE((void* block, size_t))
+QL_REPLACE_DELETE((void* block, std::align_val_t))
+QL_REPLACE_DELETE((void* block, size_t, std::align_val_t))
+QL_REPLACE_DELETE((void* block, const std::nothrow_t&))
+QL_REPLACE_DELETE((void* block, std::align_val_t, const std::nothrow_t&))
 
 namespace qltest {
 
@@ -268,10 +227,8 @@ Run RunOnce(const std::function<bool()>& scenario, uint64_t nth, FailingAllocato
         FailingAllocator failing(nth, mode);
         try {
             run.completed = scenario();
-        } catch (const std::bad_alloc&) {
-            run.completed = false;
-        } catch (int) {
-            run.completed = false;
+        } catch (const std::bad_alloc&) {  // not completed
+        } catch (int) {                    // nor here
         }
         run.count = failing.Count();
         run.failed = failing.Failed();

@@ -16,7 +16,6 @@ namespace {
 using zvkcore::utility::ImmutableString;
 
 struct Held {
-    const LockOrders* watch;
     const void* mutex;
     int name;
 };
@@ -57,10 +56,7 @@ std::string FrameNames(void* const* frames, size_t depth)
 
 }  // namespace
 
-LockOrders::LockOrders(std::function<void(const std::string&)> report) : m_report(std::move(report))
-{
-    std::fill(std::begin(m_firstOrder), std::end(m_firstOrder), kNone);
-}
+LockOrders::LockOrders(std::function<void(const std::string&)> report) : m_report(std::move(report)) {}
 
 void LockOrders::Add(const Line& line)
 {
@@ -105,11 +101,10 @@ void LockOrders::OnMutexAboutToLock(const void* mutex, const ImmutableString& na
 {
     const char* taken = TextOf(name, text);
     if (t_thread.busy || *taken == 0) return;
-    const auto held = [mutex, this](const Held& h) { return h.watch == this && h.mutex == mutex; };
+    const auto held = [mutex](const Held& h) { return h.mutex == mutex; };
     if (std::any_of(t_thread.held, t_thread.held + t_thread.count, held)) return;
     const Busy busy;
     for (size_t i = 0; i < t_thread.count; ++i) {
-        if (t_thread.held[i].watch != this) continue;
         std::string circle;
         {
             const std::lock_guard lock(m_mutex);
@@ -127,14 +122,14 @@ void LockOrders::OnMutexLocked(const void* mutex, const ImmutableString& name, c
     const char* taken = TextOf(name, text);
     if (t_thread.busy || *taken == 0 || t_thread.count == std::size(t_thread.held)) return;
     const std::lock_guard lock(m_mutex);
-    t_thread.held[t_thread.count++] = {this, mutex, NameOf(taken)};
+    t_thread.held[t_thread.count++] = {mutex, NameOf(taken)};
 }
 
 void LockOrders::OnMutexUnlocked(const void* mutex)
 {
     if (t_thread.busy) return;
     for (size_t i = t_thread.count; i-- > 0;) {
-        if (t_thread.held[i].watch != this || t_thread.held[i].mutex != mutex) continue;
+        if (t_thread.held[i].mutex != mutex) continue;
         std::copy(t_thread.held + i + 1, t_thread.held + t_thread.count, t_thread.held + i);
         --t_thread.count;
         return;
@@ -158,14 +153,12 @@ int LockOrders::Enter(int held, int taken)
         m_full = true;
         return kNone;
     }
-    for (int i = m_firstOrder[held]; i != kNone; i = m_orders[i].next) {
-        if (m_orders[i].taken == taken) return kNone;
+    for (size_t i = 0; i < m_orderCount; ++i) {
+        if (m_orders[i].held == held && m_orders[i].taken == taken) return kNone;
     }
-    const int order = static_cast<int>(m_orderCount++);
-    m_orders[order].held = held;
-    m_orders[order].taken = taken;
-    m_orders[order].next = std::exchange(m_firstOrder[held], order);
-    return order;
+    m_orders[m_orderCount].held = held;
+    m_orders[m_orderCount].taken = taken;
+    return static_cast<int>(m_orderCount++);
 }
 
 // Empty when there is none; only the telling allocates.
@@ -186,9 +179,10 @@ std::string LockOrders::Circle(int closing) const
 bool LockOrders::Reaches(int from, int target, Road& road) const
 {
     road.seen[from] = true;
-    for (int i = m_firstOrder[from]; i != kNone; i = m_orders[i].next) {
+    for (size_t i = 0; i < m_orderCount; ++i) {
+        if (m_orders[i].held != from) continue;
         const int next = m_orders[i].taken;
-        road.orders[road.length++] = i;
+        road.orders[road.length++] = static_cast<int>(i);
         if (next == target || (!road.seen[next] && Reaches(next, target, road))) return true;
         --road.length;
     }

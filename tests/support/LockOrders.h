@@ -63,7 +63,6 @@ class LockOrders final : public zvkcore::debug::deadlocks::DeadLockDetector {
 
     struct Order {
         int held = kNone, taken = kNone;
-        int next = kNone;  // the next order of the same held lock
         size_t depth = 0;
         void* frames[kFrames];
         std::string where;  // of an order that was added
@@ -85,7 +84,6 @@ class LockOrders final : public zvkcore::debug::deadlocks::DeadLockDetector {
     const std::function<void(const std::string&)> m_report;
     mutable std::mutex m_mutex;  // guards what follows
     char m_names[kNames][kNameSize];
-    int m_firstOrder[kNames];
     size_t m_nameCount = 0;
     Order m_orders[kOrders];
     size_t m_orderCount = 0;
