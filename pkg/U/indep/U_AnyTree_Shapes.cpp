@@ -3,7 +3,6 @@
 #include <array>
 
 #include "U_AnyTree.h"
-#include "Up_AnyTree.h"
 
 namespace {
 

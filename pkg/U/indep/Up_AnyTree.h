@@ -1,4 +1,5 @@
-// The nodes beneath the wrapper, and the only place where children come to be.
+// The nodes beneath the wrapper, and the only place where children come to be. A node is a property tree with a
+// container of our own for its children.
 #ifndef UP_ANYTREE_H
 #define UP_ANYTREE_H
 
@@ -9,89 +10,84 @@
 
 using Up_Tree = boost::property_tree::basic_ptree<U_UTF16String, U_Any>;
 
-// What a node keeps its children in is the property tree's own container, but on recycled memory and made with
-// the first child: most nodes are leaves, and a container without children takes two blocks and more room than
-// the node itself. `subs` is the name the property tree knows its container by; it offers no other way in.
+// What a node keeps its children in: in their order, and by their keys.
+struct Up_ByKey {};
+using Up_Children = boost::multi_index_container<
+    Up_Tree::value_type,
+    boost::multi_index::indexed_by<
+        boost::multi_index::sequenced<>,
+        boost::multi_index::ordered_non_unique<
+            boost::multi_index::tag<Up_ByKey>,
+            boost::multi_index::member<Up_Tree::value_type, const Up_Tree::key_type,
+                                       &Up_Tree::value_type::first>,
+            Up_Tree::key_compare>>,
+    zvkcore::allocator::RecyclingAllocator<Up_Tree::value_type>>;
+
+// A type whose objects live on recycled memory.
+template <class Base>
+struct Up_Recycled : Base {
+    static void* operator new(std::size_t size) { return zvkcore::allocator::AllocateContainerBlock(size); }
+    static void operator delete(void* block, std::size_t size)
+    {
+        zvkcore::allocator::DisposeContainerBlock(block, size);
+    }
+};
+
+// The container as a node holds it: made with the first child, for most nodes are leaves, and a container
+// without children takes two blocks and more room than the node itself. An empty node shows an empty container
+// that all nodes of all threads share: it is read and never written to, so the iterators of an empty node end
+// with its first child. Once made, a node's own container stays, also when its last child goes.
+class Up_LateChildren {
+  public:
+    using iterator = Up_Children::iterator;
+    using const_iterator = Up_Children::const_iterator;
+    using by_name_index = Up_Children::index<Up_ByKey>::type;
+
+    bool empty() const { return size() == 0; }
+    std::size_t size() const { return m_made ? m_made->size() : 0; }
+    iterator begin() const { return Shown().begin(); }
+    iterator end() const { return Shown().end(); }
+    const Up_Tree::value_type& back() const { return Shown().back(); }
+    by_name_index& by_name() const { return Shown().get<Up_ByKey>(); }
+    template <int N>
+    iterator project(by_name_index::iterator place) const
+    {
+        return Shown().project<N>(place);
+    }
+
+    template <class It>
+    void insert(iterator where, It first, It last)
+    {
+        if (m_made) return m_made->insert(where, first, last);
+        auto made = std::make_unique<Up_Recycled<Up_Children>>();
+        made->insert(made->end(), first, last);
+        m_made = std::move(made);
+    }
+    iterator erase(iterator where) { return m_made->erase(where); }
+
+  private:
+    Up_Children& Shown() const
+    {
+        static Up_Children& s_none = *new Up_Children;  // outlives every user, at exit too
+        return m_made ? *m_made : s_none;
+    }
+
+    std::unique_ptr<Up_Recycled<Up_Children>> m_made;  // null until the first child
+};
+
+// The name by which the property tree knows the container of a node; it offers no other way in.
 template <>
 struct Up_Tree::subs {
-    struct by_name {};
-
-    using Children = boost::multi_index_container<
-        value_type,
-        boost::multi_index::indexed_by<
-            boost::multi_index::sequenced<>,
-            boost::multi_index::ordered_non_unique<
-                boost::multi_index::tag<by_name>,
-                boost::multi_index::member<value_type, const key_type, &value_type::first>, key_compare>>,
-        zvkcore::allocator::RecyclingAllocator<value_type>>;
-    using by_name_index = Children::index<by_name>::type;
-
-    template <class Base>
-    struct Recycled : Base {
-        using Base::Base;
-        static void* operator new(std::size_t size)
-        {
-            return zvkcore::allocator::AllocateContainerBlock(size);
-        }
-        static void operator delete(void* block, std::size_t size)
-        {
-            zvkcore::allocator::DisposeContainerBlock(block, size);
-        }
-    };
-
-    // The face of the container that the property tree calls. Places of an empty one are places of a container
-    // that all nodes share and nobody writes to, so they end with the first insertion.
-    class LateChildren {
-      public:
-        using iterator = Children::iterator;
-        using const_iterator = Children::const_iterator;
-
-        LateChildren() = default;
-        LateChildren(const LateChildren& other)
-            : m_made(other.m_made ? std::make_unique<Recycled<Children>>(*other.m_made) : nullptr)
-        {
-        }
-
-        bool empty() const { return size() == 0; }
-        std::size_t size() const { return m_made ? m_made->size() : 0; }
-        iterator begin() const { return Now().begin(); }
-        iterator end() const { return Now().end(); }
-        const value_type& back() const { return Now().back(); }
-        template <int N, class Place>
-        iterator project(Place place) const
-        {
-            return Now().project<N>(place);
-        }
-        by_name_index& by_name_order() const { return Now().get<by_name>(); }
-
-        template <class It>
-        void insert(iterator where, It first, It last)
-        {
-            if (m_made) return m_made->insert(where, first, last);
-            auto made = std::make_unique<Recycled<Children>>();
-            made->insert(made->end(), first, last);
-            m_made = std::move(made);
-        }
-        iterator erase(iterator where) { return m_made->erase(where); }
-
-      private:
-        Children& Now() const
-        {
-            static Children& s_none = *new Children;  // outlives every user, at exit too
-            return m_made ? *m_made : s_none;
-        }
-
-        std::unique_ptr<Recycled<Children>> m_made;
-    };
-    using base_container = Recycled<LateChildren>;
+    using base_container = Up_Recycled<Up_LateChildren>;
+    using by_name_index = Up_LateChildren::by_name_index;
 
     static base_container& ch(self_type* node) { return *static_cast<base_container*>(node->m_children); }
     static const base_container& ch(const self_type* node)
     {
         return *static_cast<const base_container*>(node->m_children);
     }
-    static by_name_index& assoc(self_type* node) { return ch(node).by_name_order(); }
-    static const by_name_index& assoc(const self_type* node) { return ch(node).by_name_order(); }
+    static by_name_index& assoc(self_type* node) { return ch(node).by_name(); }
+    static const by_name_index& assoc(const self_type* node) { return ch(node).by_name(); }
 };
 
 /// Appends an empty child, null, and turns a null parent into a tree.
