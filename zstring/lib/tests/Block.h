@@ -2,8 +2,10 @@
 #ifndef ZLEX_TEST_BLOCK_H
 #define ZLEX_TEST_BLOCK_H
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,8 +17,6 @@ namespace zlextest {
 
 using zvkcore::string::UTF16String;
 
-inline constexpr uint32_t kFromEntries = 0xFFFFFFFF;  // a count as it should be
-
 struct Block {
     std::vector<std::pair<std::string, UTF16String>> entries;
     std::vector<std::pair<uint32_t, UTF16String>> accelerators;
@@ -25,7 +25,7 @@ struct Block {
     char minor = 1;
     char hasKeys = 'Y';
     uint32_t firstId = 0;
-    uint32_t activeCount = kFromEntries;
+    std::optional<uint32_t> activeCount{};  ///< by default every entry
     std::string name = "name";
 
     /// A block of one text.
@@ -41,48 +41,52 @@ struct Block {
         std::string block = "ZString Binary Format";
         block += {major, minor, '\0'};
         if (minor != 0) block += swapped ? '\1' : '\0';
-        return block + Word(static_cast<uint32_t>(name.size())) + name + Part();
+        return block + Word(name.size()) + name + Part();
     }
 
     /// What `FastArray::Read` is given.
     std::string Part() const
     {
-        std::string keyPool, valuePool, keyOffsets, keyLengths, valueOffsets, valueLengths;
+        Runs keys, values;
         std::map<uint16_t, std::vector<uint32_t>> buckets;
-        for (uint32_t id = 0; id < entries.size(); ++id) {
-            const auto& [key, value] = entries[id];
-            keyOffsets += Word(static_cast<uint32_t>(keyPool.size()));
-            keyLengths += Half(static_cast<uint16_t>(key.size()));
-            valueOffsets += Word(static_cast<uint32_t>(valuePool.size()));
-            valueLengths += Half(static_cast<uint16_t>(value.size() * 2));
-            keyPool += key;
-            valuePool += Units(value);
+        for (const auto& [key, value] : entries) {
             const auto* bytes = reinterpret_cast<const unsigned char*>(key.data());
-            buckets[static_cast<uint16_t>(zlex_private::HashFunc(bytes, key.size()))].push_back(id);
+            const auto hash = static_cast<uint16_t>(zlex_private::HashFunc(bytes, key.size()));
+            buckets[hash].push_back(static_cast<uint32_t>(keys.count));
+            Add(keys, key);
+            Add(values, Units(value));
         }
-        const bool keys = hasKeys != 'N';
-        const auto count = static_cast<uint32_t>(entries.size());
-        std::string block = Word(firstId) + hasKeys + Word(count) +
-                            Word(activeCount == kFromEntries ? count : activeCount) +
-                            Word(keys ? static_cast<uint32_t>(buckets.size()) : 0);
-        if (keys) block += Word(static_cast<uint32_t>(keyPool.size()));
-        block += Word(static_cast<uint32_t>(valuePool.size()));
-        if (keys) block += keyOffsets + keyLengths;
-        block += valueOffsets + valueLengths;
-        if (keys) block += keyPool;
-        block += valuePool;
-        if (keys) block += Buckets(buckets);
-        return block + Accelerators();
+        const auto keyed = [&](const std::string& bytes) { return hasKeys == 'N' ? "" : bytes; };
+        return Word(firstId) + hasKeys + Word(keys.count) + Word(activeCount.value_or(keys.count)) +
+               Word(hasKeys == 'N' ? 0 : buckets.size()) + keyed(Word(keys.pool.size())) +
+               Word(values.pool.size()) + keyed(keys.offsets + keys.lengths) + values.offsets +
+               values.lengths + keyed(keys.pool) + values.pool + keyed(Buckets(buckets)) + Accelerators();
     }
 
   private:
-    std::string Word(uint32_t value) const { return Field(swapped ? __builtin_bswap32(value) : value); }
-    std::string Half(uint16_t value) const { return Field(swapped ? __builtin_bswap16(value) : value); }
+    // Runs of a pool, and the arrays that tell where they are.
+    struct Runs {
+        size_t count = 0;
+        std::string offsets, lengths, pool;
+    };
+
+    void Add(Runs& runs, const std::string& bytes) const
+    {
+        ++runs.count;
+        runs.offsets += Word(runs.pool.size());
+        runs.lengths += Half(bytes.size());
+        runs.pool += bytes;
+    }
+
+    std::string Word(size_t value) const { return Field(static_cast<uint32_t>(value)); }
+    std::string Half(size_t value) const { return Field(static_cast<uint16_t>(value)); }
 
     template <class T>
-    static std::string Field(T value)
+    std::string Field(T value) const
     {
-        return {reinterpret_cast<const char*>(&value), sizeof value};
+        std::string bytes(reinterpret_cast<const char*>(&value), sizeof value);
+        if (swapped) std::reverse(bytes.begin(), bytes.end());
+        return bytes;
     }
 
     std::string Units(const UTF16String& text) const
@@ -97,7 +101,7 @@ struct Block {
         std::string numbers, lengths, ids;
         for (const auto& [number, list] : buckets) {
             numbers += Half(number);
-            lengths += Word(static_cast<uint32_t>(list.size()));
+            lengths += Word(list.size());
             for (uint32_t id : list) ids += Word(id);
         }
         return numbers + lengths + ids;
@@ -105,16 +109,14 @@ struct Block {
 
     std::string Accelerators() const
     {
-        std::string ids, offsets, lengths, pool;
+        Runs runs;
+        std::string ids;
         for (const auto& [id, text] : accelerators) {
             ids += Word(id);
-            offsets += Word(static_cast<uint32_t>(pool.size()));
-            lengths += Half(static_cast<uint16_t>(text.size() * 2));
-            pool += Units(text);
+            Add(runs, Units(text));
         }
-        const std::string count = Word(static_cast<uint32_t>(accelerators.size()));
-        if (accelerators.empty()) return count;
-        return count + Word(static_cast<uint32_t>(pool.size())) + ids + offsets + lengths + pool;
+        if (accelerators.empty()) return Word(0);
+        return Word(runs.count) + Word(runs.pool.size()) + ids + runs.offsets + runs.lengths + runs.pool;
     }
 };
 
