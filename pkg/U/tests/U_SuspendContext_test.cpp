@@ -245,8 +245,9 @@ TEST_F(Lending, TerminationFailsWaitersAndStartsNothing)
             [&release] { release.PassThroughUntil(std::chrono::steady_clock::time_point::max()); });
         std::atomic<bool> ran{false};
         const auto run = [&ran] { return ran.exchange(true) ? 1 : 0; };
-        std::jthread ender{U_SuspendContext::TerminateAndFailAllSuspendedContexts};
+        std::thread ender{U_SuspendContext::TerminateAndFailAllSuspendedContexts};
         const int result = Call(run);
+        ender.join();
         const auto gate = std::make_shared<OpenOnceGate>();
         U_SuspendContext::ExecuteStatic(run, gate, {}, {}, {}, {}, {});
         release.Open();
