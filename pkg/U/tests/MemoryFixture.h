@@ -2,8 +2,10 @@
 #ifndef MEMORYFIXTURE_H
 #define MEMORYFIXTURE_H
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -62,12 +64,10 @@ class TraceLines {
   public:
     TraceLines()
     {
-        zvkcore::debug::SetTraceLevel("U", 10);
-        zvkcore::debug::SetTraceLevel("U_Memory", 10);
-        zvkcore::debug::SetTraceSink([this](int, std::string_view channel, std::string_view text) {
-            const size_t head = channel.empty() ? text.find("> <U> <") : 0;
-            if (head == std::string_view::npos) return;
-            if (channel.empty()) text.remove_prefix(text.find("> ", head + 7) + 2);
+        for (const char* channel : {"U", "U_Memory"}) zvkcore::debug::SetTraceLevel(channel, 10);
+        zvkcore::debug::SetTraceSink([this](int, std::string_view, std::string_view text) {
+            const std::string head = "<" + std::to_string(U_GetCurrentThreadID()) + "> <U> <";
+            if (text.starts_with(head)) text.remove_prefix(text.find("> ", head.size()) + 2);
             std::lock_guard lock(m_mutex);
             m_lines.emplace_back(text);
         });
@@ -78,14 +78,13 @@ class TraceLines {
         zvkcore::debug::ResetTraceLevels();
     }
 
-    /// Those that contain `part`, in their order.
-    std::vector<std::string> With(std::string_view part) const
+    /// Those that begin with `head`, in their order.
+    std::vector<std::string> With(std::string_view head) const
     {
         std::lock_guard lock(m_mutex);
         std::vector<std::string> found;
-        for (const std::string& line : m_lines) {
-            if (line.find(part) != std::string::npos) found.push_back(line);
-        }
+        std::copy_if(m_lines.begin(), m_lines.end(), std::back_inserter(found),
+                     [&](const std::string& line) { return line.starts_with(head); });
         return found;
     }
 
@@ -108,6 +107,7 @@ class Memory : public Library {
 
     void TearDown() override
     {
+        U_AccountAllocation(-m_cache);
         s_purge = nullptr;
         SetAsync(false);
         MEM_SetMemUsageLimits(0, 0);
@@ -130,6 +130,13 @@ class Memory : public Library {
         MEM_SetMemUsageLimits(limit, limit + kMiB);
     }
 
+    /// Leaves `bytes` or a little more in the recycler's pool; gives the size of the pool.
+    static uint64_t FillPool(uint64_t bytes)
+    {
+        U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, bytes));
+        return U_GetRecycledMemorySize();
+    }
+
     using PurgeFunction = std::function<int(uint64_t request, uint64_t amount, bool* purgeRecycled)>;
 
     /// Makes the host purge by `function`.
@@ -142,6 +149,30 @@ class Memory : public Library {
             });
     }
 
+    struct Asked {
+        uint64_t request, amount;
+        bool operator==(const Asked&) const = default;
+    };
+
+    /// Gives the host a cache of `cache` bytes, of which it frees `step` a purge while it lasts, and its answer. An
+    /// empty one gives up the recycler's pool too, if it is told so.
+    void HostHas(int64_t cache, int64_t step, int answer = 0, bool givesUpPool = false)
+    {
+        U_AccountAllocation(cache - m_cache);
+        m_cache = cache;
+        m_asked.clear();
+        OnPurge([=, this](uint64_t request, uint64_t amount, bool* purgeRecycled) {
+            m_asked.push_back({request, amount});
+            const int64_t freed = std::min(step, m_cache);
+            m_cache -= freed;
+            U_AccountAllocation(-freed);
+            if (m_cache == 0 && givesUpPool) *purgeRecycled = true;
+            return answer;
+        });
+    }
+
+    std::vector<Asked> m_asked;  ///< what the host was asked for since
+    int64_t m_cache = 0;
     static inline PurgeFunction s_purge;
     long long m_beforeBirth = 0;
     int m_births = 1;

@@ -9,122 +9,110 @@ namespace {
 
 using qltest::kGiB;
 using qltest::kMiB;
-using qltest::Machine;
 using qltest::TraceLines;
-
-class Purging : public qltest::Memory {
-  protected:
-    struct Asked {
-        uint64_t request;
-        uint64_t amount;
-        bool operator==(const Asked&) const = default;
-    };
-
-    void SetUp() override
-    {
-        Memory::SetUp();
-        U_AccountAllocation(static_cast<long long>(m_cache));
-    }
-
-    void TearDown() override
-    {
-        U_AccountAllocation(-static_cast<long long>(m_cache));
-        Memory::TearDown();
-    }
-
-    // A host whose cache gives `step` bytes a purge while it lasts.
-    void HostFrees(uint64_t step)
-    {
-        OnPurge([this, step](uint64_t request, uint64_t amount, bool* purgeRecycled) {
-            m_asked.push_back({request, amount});
-            const uint64_t freed = std::min(step, m_cache);
-            m_cache -= freed;
-            U_AccountAllocation(-static_cast<long long>(freed));
-            if (m_cache == 0 && m_givesUpPool) *purgeRecycled = true;
-            return m_answer;
-        });
-    }
-
-    // Leaves about `bytes` in the recycler's pool.
-    static void FillPool(uint64_t bytes) { U_FreeRecycledPtr(U_AllocateRecycledPtr(0, nullptr, bytes)); }
-
-    uint64_t m_cache = 10 * kMiB;
-    bool m_givesUpPool = false;
-    int m_answer = 0;
-    std::vector<Asked> m_asked;
-};
 
 constexpr const char* kTag = "MAKE_ROOM_FOR_BLOCK";
 
-TEST_F(Purging, EndsUnderTheThreshold)
-{
-    HostFrees(2 * kMiB);
-    SetRoom(0);
-    TraceLines lines;
-    Up_MakeRoomForBlock(5 * kMiB, true);
-    EXPECT_EQ(m_asked, (std::vector<Asked>{{5 * kMiB, 5 * kMiB}, {5 * kMiB, 3 * kMiB}, {5 * kMiB, kMiB}}));
-    const auto traced = lines.With(kTag);
-    ASSERT_EQ(traced.size(), 4u);
-    EXPECT_EQ(traced[0],
-              "MAKE_ROOM_FOR_BLOCK Issuing Purge Request\tblock_request:\t5242880\tamt_to_purge:\t5242880\n");
-    EXPECT_EQ(traced[3].find("MAKE_ROOM_FOR_BLOCK DONE. Under threshold with inUse="), 0u);
-    EXPECT_NE(traced[3].find("request=5242880, recycled=1\n"), std::string::npos);
-}
+class Purging : public qltest::Memory {
+  protected:
+    static void AllocateLarge() { U_FreePtr(U_AllocatePtr(1, "frame", kMiB)); }
 
-TEST_F(Purging, EndsWhenAPurgeFreesNothing)
-{
-    HostFrees(0);
-    SetRoom(0);
-    TraceLines lines;
-    Up_MakeRoomForBlock(kMiB, false);
-    EXPECT_EQ(m_asked.size(), 1u);
-    EXPECT_EQ(
-        lines.With(kTag).back(),
-        "MAKE_ROOM_FOR_BLOCK DONE. Purge not freeing anything (but maybe recycled memory), recycled=0\n");
-    m_givesUpPool = true;
-    m_cache = 0;
-    Up_MakeRoomForBlock(kMiB, true);
-    EXPECT_EQ(
-        lines.With(kTag).back(),
-        "MAKE_ROOM_FOR_BLOCK DONE. Purge not freeing anything (but maybe recycled memory), recycled=1\n");
-    m_cache = 10 * kMiB;
-}
+    // Makes the signal of an asynchronous purge call `function`.
+    static void OnSignal(std::function<void()> function)
+    {
+        SetAsync(true);
+        U_SetAsyncPurgeRequestCallback(std::move(function));
+    }
+};
 
-TEST_F(Purging, EndsWhenTheHostSaysSo)
+// Every way in which a purge ends: what the host was asked for on the way, and the last words.
+TEST_F(Purging, EndsInItsWay)
 {
-    HostFrees(kMiB);
-    m_answer = 5;
-    SetRoom(0);
-    Up_MakeRoomForBlock(4 * kMiB, false);
-    EXPECT_EQ(m_asked.size(), 1u);
-}
-
-TEST_F(Purging, TakesThePoolWhenTheHostHasGivenItUp)
-{
-    FillPool(8 * kMiB);
-    m_givesUpPool = true;
-    HostFrees(10 * kMiB);
-    const auto pool = static_cast<int64_t>(U_GetRecycledMemorySize());
-    SetRoom(pool);  // the pool counts as used, so the limit is reached exactly
-    TraceLines lines;
-    // The cache goes in the first round. The second round asks again, frees nothing, and leaves the rest to the
-    // pool, whose blocks go whole.
-    Up_MakeRoomForBlock(12 * kMiB, false);
-    EXPECT_EQ(m_asked, (std::vector<Asked>{{12 * kMiB, 12 * kMiB}, {12 * kMiB, 2 * kMiB}}));
-    EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
-    EXPECT_NE(lines.With(kTag).back().find("DONE. Under threshold"), std::string::npos);
-
-    m_asked.clear();
-    Up_MakeRoomForBlock(kGiB, false);
-    EXPECT_EQ(m_asked.size(), 1u);
-    EXPECT_EQ(lines.With(kTag).back(), "MAKE_ROOM_FOR_BLOCK DONE. Purge recycled not freeing anything\n");
+    const std::string under = "DONE. Under threshold with inUse=";
+    const std::string nothing = "DONE. Purge not freeing anything (but maybe recycled memory), recycled=";
+    struct Row {
+        const char* name;
+        uint64_t request;
+        bool recycled;
+        int64_t cache, step;
+        int answer;
+        bool givesUpPool;
+        uint64_t pool;  // in the recycler; it counts as used, unless the request is a recycled one
+        std::vector<Asked> asked;
+        std::string words;
+        uint64_t poolLeft;
+    };
+    // The pool's blocks go whole: those of the sizes below are granted as they stand.
+    const uint64_t pool = 8 * kMiB + kMiB / 2;
+    for (const Row& row : {
+             Row{"UnderTheThreshold",
+                 5 * kMiB,
+                 true,
+                 10 * kMiB,
+                 2 * kMiB,
+                 0,
+                 false,
+                 0,
+                 {{5 * kMiB, 5 * kMiB}, {5 * kMiB, 3 * kMiB}, {5 * kMiB, kMiB}},
+                 under,
+                 0},
+             Row{"NothingFreed", kMiB, false, kMiB, 0, 0, false, 0, {{kMiB, kMiB}}, nothing + "0\n", 0},
+             Row{"PoolIsFreeAnyway", kMiB, true, 0, 0, 0, true, pool, {{kMiB, kMiB}}, nothing + "1\n", pool},
+             Row{"HostSaysSo",
+                 4 * kMiB,
+                 false,
+                 10 * kMiB,
+                 kMiB,
+                 5,
+                 false,
+                 0,
+                 {{4 * kMiB, 4 * kMiB}},
+                 "Issuing Purge Request\tblock_request:\t4194304\tamt_to_purge:\t4194304\n",
+                 0},
+             // The cache goes in the first round; the second asks again, frees nothing, and takes the pool.
+             Row{"PoolGivenUp",
+                 12 * kMiB,
+                 false,
+                 10 * kMiB,
+                 10 * kMiB,
+                 0,
+                 true,
+                 pool,
+                 {{12 * kMiB, 12 * kMiB}, {12 * kMiB, 2 * kMiB}},
+                 under,
+                 0},
+             Row{"PoolTooSmall",
+                 kGiB,
+                 false,
+                 0,
+                 0,
+                 0,
+                 true,
+                 pool,
+                 {{kGiB, kGiB}},
+                 "DONE. Purge recycled not freeing anything\n",
+                 0},
+         }) {
+        SCOPED_TRACE(row.name);
+        U_PurgeRecycledMemory(UINT64_MAX);
+        if (row.pool != 0) {
+            ASSERT_EQ(FillPool(row.pool - 256), row.pool);
+        }
+        HostHas(row.cache, row.step, row.answer, row.givesUpPool);
+        SetRoom(row.recycled ? 0 : row.pool);
+        TraceLines lines;
+        Up_MakeRoomForBlock(row.request, row.recycled);
+        EXPECT_EQ(m_asked, row.asked);
+        EXPECT_EQ(lines.With(kTag).back().find(row.words), std::string(kTag).size() + 1);
+        EXPECT_EQ(U_GetRecycledMemorySize(), row.poolLeft);
+    }
 }
 
 TEST_F(Purging, AimsPastTheRequest)
 {
-    HostFrees(0);
-    SetRoom(static_cast<int64_t>(kMiB) - 1);
-    const auto threshold = static_cast<double>(U_GetMemUsage() + static_cast<int64_t>(kMiB) - 1);
+    HostHas(0, 0);
+    SetRoom(kMiB - 1);
+    const auto threshold = static_cast<double>(U_GetMemUsage() + kMiB - 1);
     unsigned char ok = 0;
     EXPECT_EQ(Up_OkayToAllocBlock(kMiB - 1, &ok, false), 0);
     EXPECT_EQ(ok, 1);
@@ -139,80 +127,68 @@ TEST_F(Purging, AimsPastTheRequest)
 
 TEST_F(Purging, LooksAtThePoolForARecycledBlock)
 {
-    FillPool(4 * kMiB);
-    const uint64_t pool = U_GetRecycledMemorySize();
-    HostFrees(0);
+    const uint64_t pool = FillPool(4 * kMiB);
+    HostHas(0, 0);
     // Without the pool there is room for the block; with it the limit is passed by a megabyte.
-    SetRoom(static_cast<int64_t>(pool - kMiB));
+    SetRoom(pool - kMiB);
     TraceLines lines;
     unsigned char ok = 0;
     EXPECT_EQ(Up_OkayToAllocBlock(2 * kMiB, &ok, true), 0);
     EXPECT_EQ(ok, 1);
-    ASSERT_EQ(lines.With("amoutToPurge=1048576").size(), 1u);
     EXPECT_TRUE(m_asked.empty()) << "below the limit without the pool, the host is not asked";
     EXPECT_LT(U_GetRecycledMemorySize(), pool) << "the pool gives what is over the limit";
 
-    // A pool that is smaller than what is over the limit: the host is asked for it instead.
-    FillPool(kMiB);
+    // The limit is reached without the pool: all of it is over the limit, and the host is asked for it instead.
     U_PurgeRecycledMemory(UINT64_MAX);
-    FillPool(kMiB);
-    const uint64_t small = U_GetRecycledMemorySize();
-    SetRoom(-static_cast<int64_t>(kMiB));
+    const uint64_t over = FillPool(kMiB);
+    SetRoom(0);
     EXPECT_EQ(Up_OkayToAllocBlock(0, &ok, true), 0);
-    EXPECT_FALSE(m_asked.empty());
-    EXPECT_EQ(U_GetRecycledMemorySize(), small);
+    EXPECT_EQ(m_asked, (std::vector<Asked>{{over, over}, {1, over + 1}}));
+    EXPECT_EQ(U_GetRecycledMemorySize(), over);
+    const std::string amount = "amoutToPurge=" + std::to_string(over) + "\n";
+    EXPECT_TRUE(lines.With("MEM Amount").back().ends_with(amount));
 }
 
 TEST_F(Purging, IsSuspendedByCount)
 {
-    HostFrees(0);
+    HostHas(0, 0);
     SetRoom(-1);
     {
         U_ScDisableProactivePrePurging outer;
         {
             U_ScDisableProactivePrePurging inner;
         }
-        U_FreePtr(U_AllocatePtrQuiet(kMiB));
+        AllocateLarge();
         EXPECT_TRUE(m_asked.empty());
         Up_MakeRoomForBlock(kMiB, false);
         EXPECT_EQ(m_asked.size(), 1u) << "only the limit test looks at it";
-        SetAsync(true);
-        int signals = 0;
-        U_SetAsyncPurgeRequestCallback([&] { ++signals; });
-        U_FreePtr(U_AllocatePtrQuiet(kMiB));
-        EXPECT_EQ(signals, 0);
-        U_SetAsyncPurgeRequestCallback({});
+        OnSignal([] { ADD_FAILURE() << "a signal"; });
+        AllocateLarge();
         SetAsync(false);
     }
-    U_FreePtr(U_AllocatePtrQuiet(kMiB));
+    AllocateLarge();
     EXPECT_EQ(m_asked.size(), 2u);
 }
 
 TEST_F(Purging, SurvivesHostsThatThrow)
 {
     SetRoom(-1);
-    for (int kind = 0; kind < 2; ++kind) {
-        int calls = 0;
-        OnPurge([&](uint64_t, uint64_t, bool*) -> int {
-            ++calls;
-            if (kind == 0) throw 9;
-            throw std::bad_alloc();
-        });
-        for (int round = 1; round <= 2; ++round) {
+    int calls = 0;
+    bool throwsCode = true;
+    const auto host = [&](uint64_t, uint64_t, bool*) -> int {
+        ++calls;
+        if (throwsCode) throw 9;
+        throw std::bad_alloc();
+    };
+    for (const bool async : {false, true}) {
+        async ? OnSignal([&] { host(0, 0, nullptr); }) : OnPurge(host);
+        for (throwsCode = false, calls = 0; calls < 4; throwsCode = !throwsCode) {
+            const int before = calls;
             void* block = U_AllocatePtr(1, "frame", kMiB);
             EXPECT_NE(block, nullptr);
             U_FreePtr(block);
-            EXPECT_EQ(calls, round) << "a purge that threw does not bar the next";
+            ASSERT_EQ(calls, before + 1) << "a purge that threw does not bar the next";
         }
-        SetAsync(true);
-        U_SetAsyncPurgeRequestCallback([&] {
-            ++calls;
-            throw 9;
-        });
-        U_FreePtr(U_AllocatePtr(1, "frame", kMiB));
-        U_FreePtr(U_AllocatePtr(1, "frame", kMiB));
-        EXPECT_EQ(calls, 4);
-        SetAsync(false);
     }
     EXPECT_TRUE(Reports().empty());
 }
@@ -223,59 +199,56 @@ TEST_F(Purging, DoesNotRecurse)
     int calls = 0;
     OnPurge([&](uint64_t, uint64_t, bool*) {
         ++calls;
-        void* block = U_AllocatePtr(1, "inside", kMiB);
-        EXPECT_NE(block, nullptr);
-        U_FreePtr(block);
+        AllocateLarge();
         bool exceeded = false;
         EXPECT_EQ(U_CheckRAMPurgeLimit(&exceeded, kMiB, nullptr, true), 0);
         EXPECT_TRUE(exceeded);
         return 0;
     });
-    U_FreePtr(U_AllocatePtr(1, "outside", kMiB));
+    AllocateLarge();
     EXPECT_EQ(calls, 1);
-
-    SetAsync(true);
-    int signals = 0;
-    U_SetAsyncPurgeRequestCallback([&] {
-        ++signals;
-        U_FreePtr(U_AllocatePtr(1, "inside", kMiB));
+    OnSignal([&] {
+        ++calls;
+        AllocateLarge();
         U_MakeAsyncPurgeRequest();
-        U_SetAsyncPurgeRequestCallback([&] { signals += 100; });
+        U_SetAsyncPurgeRequestCallback([&] { calls += 100; });
     });
-    U_FreePtr(U_AllocatePtr(1, "outside", kMiB));
-    EXPECT_EQ(signals, 1);
-    U_FreePtr(U_AllocatePtr(1, "outside", kMiB));
-    EXPECT_EQ(signals, 101) << "what was set inside is in force";
+    AllocateLarge();
+    EXPECT_EQ(calls, 2);
+    AllocateLarge();
+    EXPECT_EQ(calls, 102) << "what was set inside is in force";
     U_SetAsyncPurgeRequestCallback({});
     U_MakeAsyncPurgeRequest();
-    EXPECT_EQ(signals, 101);
+    EXPECT_EQ(calls, 102);
 }
 
 TEST_F(Purging, SignalsWhateverTheRequestIs)
 {
     int signals = 0;
-    U_SetAsyncPurgeRequestCallback([&] { ++signals; });
-    SetRoom(1);  // with the one byte that is asked for, exactly at the limit
-    for (const uint64_t request : {uint64_t{0}, kGiB, UINT64_MAX})
-        Up_MakeRoomForBlockWithAsyncPurging(request);
-    EXPECT_EQ(signals, 0);
-    SetRoom(0);
-    for (const uint64_t request : {uint64_t{0}, kGiB, UINT64_MAX})
-        Up_MakeRoomForBlockWithAsyncPurging(request);
-    EXPECT_EQ(signals, 3);
+    OnSignal([&] { ++signals; });
+    for (const int room : {1, 0}) {  // with the one byte that is asked for: exactly at the limit, and over it
+        SetRoom(room);
+        for (const uint64_t request : {uint64_t{0}, kGiB, UINT64_MAX})
+            Up_MakeRoomForBlockWithAsyncPurging(request);
+        EXPECT_EQ(signals, room == 1 ? 0 : 3);
+    }
 }
 
 TEST_F(Purging, ForgetsTheHostAtTheEnd)
 {
-    HostFrees(0);
+    HostHas(0, 0);
     U_SetPurgeStatusCallback([]() -> U_PurgeableMemStatus { return 0; });
-    EXPECT_EQ(Up_TerminateMemorySubsystem(), 0);
-    U_PurgeRequestCallback request = [](unsigned long long, unsigned long long, bool*) { return 0; };
-    U_PurgeStatusCallback status = []() -> U_PurgeableMemStatus { return 0; };
-    EXPECT_EQ(U_GetPurgeRequestCallback(&request), 0);
-    U_GetPurgeStatusCallback(&status);
-    EXPECT_EQ(request, nullptr);
-    EXPECT_EQ(status, nullptr);
+    U_PurgeRequestCallback request = nullptr;
+    U_PurgeStatusCallback status = nullptr;
+    for (const bool alive : {true, false}) {
+        EXPECT_EQ(U_GetPurgeRequestCallback(&request), 0);
+        U_GetPurgeStatusCallback(&status);
+        EXPECT_EQ(request != nullptr, alive);
+        EXPECT_EQ(status != nullptr, alive);
+        if (alive) {
+            EXPECT_EQ(Up_TerminateMemorySubsystem(), 0);
+        }
+    }
     unsigned long long size = 0;
     EXPECT_EQ(U_PresumedAppSize(&size), 0);
     EXPECT_EQ(U_PresumedAppSize(nullptr), 0);
@@ -287,11 +260,14 @@ TEST_F(Purging, ForgetsTheHostAtTheEnd)
 
 class Preview : public Purging {
   protected:
-    // Over the limit by `amount` for a render of a megabyte.
-    static void SetOver(uint64_t amount)
+    void SetUp() override
     {
-        SetRoom(static_cast<int64_t>(kMiB) - static_cast<int64_t>(amount));
+        Purging::SetUp();
+        HostHas(4 * kGiB, 0);  // far from zero, so that a limit a gigabyte below use is none below zero
     }
+
+    // Over the limit by `amount` for a render of a megabyte.
+    static void SetOver(uint64_t amount) { SetRoom(kMiB - amount); }
 
     static U_PurgeableMemStatus Status() { return s_status; }
     static inline U_PurgeableMemStatus s_status = 0;
@@ -306,30 +282,31 @@ TEST_F(Preview, AsksTheHostLast)
         int status;  // -1: no callback
         bool exceeded, hit;
         size_t purges;
+        const char* words;
     };
     const Row rows[] = {
-        {"Fits", 0, 0, true, 2, false, false, 0},
-        {"FitsAfterAPurge", kMiB, 2 * kMiB, true, 1, false, true, 1},
-        {"ThreeRoundsAtMost", kMiB, 0, false, 2, true, true, 3},
-        {"HostNotAsked", kMiB, 0, false, 2, true, true, 3},
-        {"NoHost", kMiB, 0, true, -1, true, true, 3},
-        {"Available", kMiB, 0, true, 2, false, true, 3},
-        {"Exhausted", kMiB, 0, true, 1, true, true, 3},
-        {"UnknownValue", kMiB, 0, true, 77, true, true, 3},
-        {"UnknownBelowOverage", kGiB - 1, 0, true, 0, false, true, 3},
-        {"UnknownAtOverage", kGiB, 0, true, 0, true, true, 3},
+        {"Fits", 0, 0, true, 2, false, false, 0, ""},
+        {"FitsAfterAPurge", kMiB, 2 * kMiB, true, 1, false, true, 1, ""},
+        {"HostNotAsked", kMiB, 0, false, 2, true, true, 3, ""},
+        {"NoHost", kMiB, 0, true, -1, true, true, 3, ""},
+        {"Available", kMiB, 0, true, 2, false, true, 3, "available because purgeable memory is available.\n"},
+        {"Exhausted", kMiB, 0, true, 1, true, true, 3, "exhausted because purgeable memory has exhausted.\n"},
+        {"UnknownValue", kMiB, 0, true, 77, true, true, 3,
+         "exhausted because purgeable memory has exhausted.\n"},
+        {"UnknownBelowOverage", kGiB - 1, 0, true, 0, false, true, 3,
+         "available because purgeable memory status is unknown and overage(1024.00 MB) is below "
+         "maximum(1.00 GB).\n"},
+        {"UnknownAtOverage", kGiB, 0, true, 0, true, true, 3,
+         "exhausted because purgeable memory status is unknown and overage(1.00 GB) is above "
+         "maximum(1.00 GB).\n"},
     };
-    // Far from zero, so that a limit a gigabyte below use is none below zero.
-    U_AccountAllocation(static_cast<long long>(4 * kGiB));
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        m_asked.clear();
-        U_AccountAllocation(static_cast<long long>(10 * kMiB - m_cache));
-        m_cache = 10 * kMiB;
-        HostFrees(row.frees);
+        HostHas(4 * kGiB, row.frees);
         SetOver(row.over);
         s_status = row.status;
         U_SetPurgeStatusCallback(row.status < 0 ? nullptr : Status);
+        TraceLines lines;
         bool exceeded = !row.exceeded;
         bool hit = !row.hit;
         EXPECT_EQ(U_CheckRAMPurgeLimit(&exceeded, kMiB, &hit, row.askHost), 0);
@@ -339,16 +316,16 @@ TEST_F(Preview, AsksTheHostLast)
         if (!m_asked.empty()) {
             EXPECT_EQ(m_asked[0].request, kMiB + 1);
         }
+        const auto said = lines.With("Preview range is ");
+        EXPECT_EQ(said.empty() ? "" : said[0].substr(sizeof "Preview range is " - 1), row.words);
         EXPECT_EQ(U_CheckRAMPurgeLimit(&exceeded, kMiB, nullptr, row.askHost), 0);
     }
-    U_AccountAllocation(-static_cast<long long>(4 * kGiB));
     EXPECT_EQ(U_CheckRAMPurgeLimit(nullptr, 1, nullptr, true), 3);
 }
 
 TEST_F(Preview, CountsFailedPurgesWhenPurgingBySignal)
 {
     SetAsync(true);
-    U_AccountAllocation(static_cast<long long>(4 * kGiB));
     U_PurgeStatus& status = U_PurgeStatus::GetInstance();
     status.Update(U_PurgeableMem_AVAILABLE);
     for (int i = 0; i < 10; ++i) status.Update(i % 2 ? U_PurgeableMem_UNKNOWN : U_PurgeableMem_EXHAUSTED);
@@ -371,16 +348,12 @@ TEST_F(Preview, CountsFailedPurgesWhenPurgingBySignal)
     TraceLines lines;
     EXPECT_TRUE(exceeds(1));
     EXPECT_TRUE(exceeds(2 * kGiB));
-    ASSERT_EQ(lines.With("Preview").size(), 2u);
+    const std::string head = "Preview range is exhausted because ";
+    EXPECT_EQ(lines.With(head).size(), 2u);
+    EXPECT_EQ(lines.With(head + "purgeable memory has exhausted. Current memory usage is ").size(), 1u);
     EXPECT_EQ(
-        lines.With("Preview")[0].find("Preview range is exhausted because purgeable memory has exhausted. "
-                                      "Current memory usage is "),
-        0u);
-    EXPECT_EQ(lines.With("Preview")[1].find("Preview range is exhausted because overage(2.00 GB) is above "
-                                            "maximum(1.00 GB). Current memory usage is "),
-              0u);
+        lines.With(head + "overage(2.00 GB) is above maximum(1.00 GB). Current memory usage is ").size(), 1u);
     status.Update(U_PurgeableMem_AVAILABLE);
-    U_AccountAllocation(-static_cast<long long>(4 * kGiB));
 }
 
 }  // namespace
