@@ -1,11 +1,12 @@
-// A plug-in whose objects paint their output with one value and write down what they are asked. All of them follow one
-// script, which may tell them to throw.
+// A plug-in whose objects paint their output with one value and write down what they are asked. All of them
+// follow one script, which may tell them to throw.
 #ifndef SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 #define SEGMATSERVICES_TESTS_FAKEPLUGIN_H
 
 #include <functional>
 
 #include "FakeHost.h"
+#include "QLTest.h"
 #include "zvkcore/debug/Assert.h"
 
 namespace smstest {
@@ -18,6 +19,11 @@ struct Script {
     std::function<void()> whileRendering;
     std::set<int> cached{0, 1, 4, 5};
 };
+
+inline std::string NameOf(const std::string& kind, const Guid& identity)
+{
+    return kind + " " + std::string(zvkcore::string::View(identity.AsUTF8String()));
+}
 
 template <class Base>
 class Actor : public Base {
@@ -60,9 +66,9 @@ class Actor : public Base {
         Note("init");
     }
     void ClearRFDPtr() override { Note("clear"); }
-    void PurgeAll() override { Note("purge " + Name()); }
+    void PurgeAll() override { m_script.calls.Note("purge " + Name()); }
 
-    std::string Name() const { return std::string(zvkcore::string::View(m_identity.AsUTF8String())); }
+    std::string Name() const { return NameOf(m_name, m_identity); }
 
   private:
     void Note(const std::string& call) { m_script.calls.Note(m_name + (" " + call)); }
@@ -108,6 +114,26 @@ struct FakePlugin {
 
     Script script;
     FakeCreator creator{script};
+};
+
+// A manager of spans of that plug-in, and a host that renders through it.
+class Stage : public qltest::Library {
+  protected:
+    // Manual frames from {frame, forward, backward}.
+    void Set(std::initializer_list<SpanManager::SpanInfo> spans)
+    {
+        for (const auto& span : spans) {
+            m_spans.SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
+        }
+    }
+
+    FakePlugin m_plugin;
+    Script& m_script = m_plugin.script;
+    const Guid m_guid = Guid::CreateFromBytes("manager", 7);
+    SpanManager m_spans{m_guid, true, "Fake"_utf8, {1, 25}};
+    FakeHost m_host{11};
+    boost::shared_ptr<CrossRenderCache> m_cache;
+    RenderFrameData::OutputType m_type = RenderFrameData::OutputType_None;
 };
 
 // Hears the assertions of a scope: "expression|message" each.

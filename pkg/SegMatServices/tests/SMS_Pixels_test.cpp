@@ -6,7 +6,6 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
-#include <random>
 #include <vector>
 
 #include "SMSp_PixelForms.h"
@@ -27,19 +26,14 @@ class Form : public testing::Test {
     using Image = gil::image<typename View::value_type, gil::is_planar<View>::value>;
     using Value = Plain<ViewChannel<View>>;
 
-    // A view into the middle of a larger image, so that its rows do not follow one another.
+    // A view into a larger image, so that its rows do not follow one another. All channels are 1.
     View Inside(std::ptrdiff_t width, std::ptrdiff_t height)
     {
+        typename View::value_type ones;
+        gil::static_fill(ones, static_cast<Value>(1));
         m_image.recreate(width + 5, height + 2);
-        gil::fill_pixels(gil::view(m_image), Ones());
+        gil::fill_pixels(gil::view(m_image), ones);
         return gil::subimage_view(gil::view(m_image), 3, 1, width, height);
-    }
-
-    static typename View::value_type Ones()
-    {
-        typename View::value_type pixel;
-        gil::static_fill(pixel, static_cast<Value>(1));
-        return pixel;
     }
 
     Image m_image;
@@ -76,27 +70,7 @@ TYPED_TEST(Form, StoresAndShowsTheFirstChannel)
 
         const auto other = this->Inside(width + 1, height);
         EXPECT_THROW(zip_decompressor{stored}(other), zvkcore::filesupport::StreamError);
-        const U_UTF8String damaged = stored.substr(1);
-        EXPECT_THROW(zip_decompressor{damaged}(view), zvkcore::filesupport::StreamError);
     }
-}
-
-TYPED_TEST(Form, StoresAnyValue)
-{
-    using Value = typename TestFixture::Value;
-    std::mt19937 random(3);
-    const auto view = this->Inside(400, 10);
-    Bytes bytes(4000), wanted;
-    for (int at = 0; at < 4000; ++at) {
-        const auto raw = random() % 65536;  // of 15 bits half are cut, of floats both ends
-        const auto value = std::is_same_v<Value, float> ? static_cast<Value>(raw / 60000.0f - 0.03f)
-                                                        : static_cast<Value>(raw);
-        auto&& pixel = view(at % 400, at / 400);
-        gil::at_c<0>(pixel) = value;
-        wanted.push_back(ChannelForm<ViewChannel<TypeParam>>::ToByte(value));
-    }
-    ViewToBytes(view, bytes.data());
-    EXPECT_EQ(bytes, wanted);
 }
 
 TYPED_TEST(Form, WithoutPixelsDoesNothing)
@@ -131,6 +105,14 @@ TEST(Pixels, AreRoundedAndCut)
                                                    {16384, 128}, {32703, 254}, {32704, 255},
                                                    {32768, 255}, {32769, 255}, {65535, 255}};
     for (const auto& [value, byte] : shorts) ExpectByte<Channel15>(value, byte);
+
+    // Vectors follow the rule, whose results stand above, for every value.
+    std::vector<Channel15> all(65536);
+    for (size_t at = 0; at < all.size(); ++at) all[at] = static_cast<uint16_t>(at);
+    Bytes bytes(all.size());
+    RowToBytes<1>(all.data(), all.size(), bytes.data());
+    for (size_t at = 0; at < all.size(); ++at)
+        EXPECT_EQ(bytes[at], ChannelForm<Channel15>::ToByte(static_cast<uint16_t>(at))) << at;
 }
 
 // --- Fitting -----------------------------------------------------------------------------------------------

@@ -1,7 +1,5 @@
 #include "SMS_SpanManager.h"
 
-#include <gtest/gtest.h>
-
 #include <barrier>
 #include <boost/weak_ptr.hpp>
 #include <limits>
@@ -21,20 +19,7 @@ constexpr FrameIndex kFirst = std::numeric_limits<FrameIndex>::min();
 constexpr FrameIndex kLast = std::numeric_limits<FrameIndex>::max();
 constexpr FrameCount kLongest = std::numeric_limits<FrameCount>::max();
 
-class Spans : public testing::Test {
-  protected:
-    // Manual frames from {frame, forward, backward}.
-    void Set(std::initializer_list<M::SpanInfo> spans)
-    {
-        for (const auto& span : spans) {
-            manager.SetManualFrame(span.baseFrame, span.backwardDuration, span.forwardDuration);
-        }
-    }
-
-    FakePlugin plugin;
-    Guid guid = Guid::CreateFromBytes("manager", 7);
-    M manager{guid, true, "Fake"_utf8, {1, 25}};
-};
+using Spans = Stage;
 
 TEST_F(Spans, CoverFrames)
 {
@@ -50,34 +35,34 @@ TEST_F(Spans, CoverFrames)
         SCOPED_TRACE(frame);
         for (const auto& [direction, base] : {std::pair(kForward, forwardBase), {kBackward, backwardBase}}) {
             M::SingleSpan span{1, nullptr, nullptr, 1};
-            EXPECT_EQ(manager.GetActiveSpan(frame, direction, &span), base != 0);
-            EXPECT_EQ(manager.IsActiveFrame(frame, direction), base != 0);
+            EXPECT_EQ(m_spans.GetActiveSpan(frame, direction, &span), base != 0);
+            EXPECT_EQ(m_spans.IsActiveFrame(frame, direction), base != 0);
             EXPECT_EQ(span.baseFrame, base);
-            EXPECT_EQ(manager.GetSpanDuration(frame, direction), span.duration);
-            const M::SpanPair pair = base == 0 ? M::SpanPair() : manager.GetSpans().at(base);
+            EXPECT_EQ(m_spans.GetSpanDuration(frame, direction), span.duration);
+            const M::SpanPair pair = base == 0 ? M::SpanPair() : m_spans.GetSpans().at(base);
             EXPECT_EQ(span.segmenter, direction ? pair.backwardSegmenter : pair.forwardSegmenter);
             EXPECT_EQ(span.matter, direction ? pair.backwardMatter : pair.forwardMatter);
             if (base == 0) continue;
-            EXPECT_EQ(manager.GetActiveManualFrameIndex(frame, direction), base);
+            EXPECT_EQ(m_spans.GetActiveManualFrameIndex(frame, direction), base);
         }
         FrameCount backward = 7, forward = 7;
-        EXPECT_EQ(manager.GetManualFrame(frame, backward, forward), forwardBase != 0) << "forward spans only";
-        EXPECT_EQ(forward, manager.GetSpanDuration(frame, kForward));
-        EXPECT_EQ(backward, forwardBase ? manager.GetSpans().at(forwardBase).backwardDuration : 0);
+        EXPECT_EQ(m_spans.GetManualFrame(frame, backward, forward), forwardBase != 0) << "forward spans only";
+        EXPECT_EQ(forward, m_spans.GetSpanDuration(frame, kForward));
+        EXPECT_EQ(backward, forwardBase ? m_spans.GetSpans().at(forwardBase).backwardDuration : 0);
     }
 }
 
 TEST_F(Spans, ReachTheEndsOfFrameNumbersWithoutWrapping)
 {
     Set({{kFirst, kLongest, kLongest}});
-    EXPECT_TRUE(manager.IsActiveFrame(kLast - 1, kForward));
-    EXPECT_FALSE(manager.IsActiveFrame(kLast, kForward)) << "one frame more than a duration can count";
-    EXPECT_EQ(manager.CalcActiveRangeExtension(kLast - 1, kForward, kLongest), kLongest);
-    manager.ClearManualFrame(kFirst);
+    EXPECT_TRUE(m_spans.IsActiveFrame(kLast - 1, kForward));
+    EXPECT_FALSE(m_spans.IsActiveFrame(kLast, kForward)) << "one frame more than a duration can count";
+    EXPECT_EQ(m_spans.CalcActiveRangeExtension(kLast - 1, kForward, kLongest), kLongest);
+    m_spans.ClearManualFrame(kFirst);
     Set({{kLast, kLongest, kLongest}});
-    EXPECT_TRUE(manager.IsActiveFrame(kFirst + 1, kBackward));
-    EXPECT_FALSE(manager.IsActiveFrame(kFirst, kBackward));
-    EXPECT_EQ(manager.CalcActiveRangeExtension(-5, kBackward, kLongest), kLongest);
+    EXPECT_TRUE(m_spans.IsActiveFrame(kFirst + 1, kBackward));
+    EXPECT_FALSE(m_spans.IsActiveFrame(kFirst, kBackward));
+    EXPECT_EQ(m_spans.CalcActiveRangeExtension(-5, kBackward, kLongest), kLongest);
 }
 
 TEST_F(Spans, ExtendUpToTheirNeighbours)
@@ -101,23 +86,20 @@ TEST_F(Spans, ExtendUpToTheirNeighbours)
     };
     for (const auto& row : rows) {
         Set({row.span, row.neighbour});
-        EXPECT_EQ(manager.CalcActiveRangeExtension(row.frame, row.direction, row.extension), row.duration)
+        EXPECT_EQ(m_spans.CalcActiveRangeExtension(row.frame, row.direction, row.extension), row.duration)
             << row.name;
-        for (const auto& span : {row.span, row.neighbour}) manager.ClearManualFrame(span.baseFrame);
+        for (const auto& span : {row.span, row.neighbour}) m_spans.ClearManualFrame(span.baseFrame);
     }
 }
 
-TEST_F(Spans, NothingCoversAnEmptyManager)
+TEST_F(Spans, AssertWhereOneIsNeededAndNoneIs)
 {
     Assertions assertions;
-    EXPECT_TRUE(manager.GetSpanInfo().empty());
-    EXPECT_FALSE(manager.IsManualFrame(0) || manager.IsActiveFrame(0, kForward) ||
-                 manager.IsActiveFrame(0, kBackward) || manager.GetActiveSpan(0, kForward));
-    EXPECT_EQ(manager.SetSpanDuration(0, kForward, 9), 0u);
-    EXPECT_EQ(manager.GetSpanDuration(0, kBackward), 0u);
+    EXPECT_FALSE(m_spans.GetActiveSpan(0, kForward));
+    EXPECT_EQ(m_spans.GetSpanDuration(0, kBackward), 0u);
     EXPECT_EQ(assertions.heard, Log());
-    EXPECT_EQ(manager.GetActiveManualFrameIndex(0, kForward), 0);
-    EXPECT_EQ(manager.CalcActiveRangeExtension(0, kBackward, 9), 1u);
+    EXPECT_EQ(m_spans.GetActiveManualFrameIndex(0, kForward), 0);
+    EXPECT_EQ(m_spans.CalcActiveRangeExtension(0, kBackward, 9), 1u);
     EXPECT_EQ(assertions.heard, (Log{"IsActiveFrame(frame, dir)|GetActiveManualFrameIndex called with "
                                      "non-active frame",
                                      "IsActiveFrame(frame, dir)|"}));
@@ -126,18 +108,18 @@ TEST_F(Spans, NothingCoversAnEmptyManager)
 TEST_F(Spans, KeepAManualFrameThatIsThere)
 {
     Set({{20, 1, 2}, {10, 5, 3}});
-    const auto objects = manager.GetSpans().at(10).forwardSegmenter;
-    manager.SetManualFrame(10, 9, 9);
-    EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 5, 3}, {20, 1, 2}}));
-    EXPECT_EQ(manager.GetSpans().at(10).forwardSegmenter, objects);
-    EXPECT_EQ(manager.SetSpanDuration(14, kForward, 2), 5u);
-    EXPECT_EQ(manager.SetSpanDuration(14, kForward, 7), 0u) << "no longer covered";
-    EXPECT_EQ(manager.SetSpanDuration(10, kBackward, 0), 3u);
-    EXPECT_EQ(manager.SetSpanDuration(10, kForward, 0), 2u);
-    EXPECT_TRUE(manager.IsManualFrame(10));
-    EXPECT_EQ(manager.SetSpanDuration(10, kForward, 1), 0u) << "a span of no duration covers nothing";
+    const auto objects = m_spans.GetSpans().at(10).forwardSegmenter;
+    m_spans.SetManualFrame(10, 9, 9);
+    EXPECT_EQ(m_spans.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 5, 3}, {20, 1, 2}}));
+    EXPECT_EQ(m_spans.GetSpans().at(10).forwardSegmenter, objects);
+    EXPECT_EQ(m_spans.SetSpanDuration(14, kForward, 2), 5u);
+    EXPECT_EQ(m_spans.SetSpanDuration(14, kForward, 7), 0u) << "no longer covered";
+    EXPECT_EQ(m_spans.SetSpanDuration(10, kBackward, 0), 3u);
+    EXPECT_EQ(m_spans.SetSpanDuration(10, kForward, 0), 2u);
+    EXPECT_TRUE(m_spans.IsManualFrame(10));
+    EXPECT_EQ(m_spans.SetSpanDuration(10, kForward, 1), 0u) << "a span of no duration covers nothing";
     testing::internal::CaptureStdout();
-    manager.DumpSpanDataToConsole();
+    m_spans.DumpSpanDataToConsole();
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "  SpanManager i_spans_map\n   base frame @ 10, backward duration 0, forward duration 0\n"
@@ -148,12 +130,12 @@ TEST_F(Spans, KeepAManualFrameThatIsThere)
 TEST_F(Spans, OutliveTheirManualFramesInCopies)
 {
     constexpr FrameIndex kFrames = 200;
-    plugin.script.calls.silent = true;
-    for (FrameIndex frame = 0; frame < kFrames; ++frame) manager.SetManualFrame(frame, 1, 1);
+    m_script.calls.silent = true;
+    for (FrameIndex frame = 0; frame < kFrames; ++frame) m_spans.SetManualFrame(frame, 1, 1);
     std::vector<std::vector<M::SingleSpan>> copies(3, std::vector<M::SingleSpan>(kFrames));
     for (auto& own : copies) {
         for (FrameIndex frame = 0; frame < kFrames; ++frame)
-            manager.GetActiveSpan(frame, kForward, &own[frame]);
+            m_spans.GetActiveSpan(frame, kForward, &own[frame]);
     }
     const boost::weak_ptr<Segmenter> last = copies[0][kFrames - 1].segmenter;
     std::barrier start{4};
@@ -165,30 +147,30 @@ TEST_F(Spans, OutliveTheirManualFramesInCopies)
         });
     }
     start.arrive_and_wait();
-    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) manager.ClearManualFrame(frame);
+    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) m_spans.ClearManualFrame(frame);
     for (auto& thread : threads) thread.join();
     EXPECT_TRUE(last.expired());
-    EXPECT_TRUE(manager.GetSpanInfo().empty());
+    EXPECT_TRUE(m_spans.GetSpanInfo().empty());
 }
 
-// The names of the objects of a frame, slot by slot, and what they are to be.
-Log NamesOf(const M& manager, FrameIndex frame)
+// The objects of a frame slot by slot, and what they are to be.
+Log NamesOf(const M& spans, FrameIndex frame)
 {
-    const auto& pair = manager.GetSpans().at(frame);
+    const auto& pair = spans.GetSpans().at(frame);
     return {dynamic_cast<Actor<Segmenter>&>(*pair.backwardSegmenter).Name(),
             dynamic_cast<Actor<Segmenter>&>(*pair.forwardSegmenter).Name(),
             dynamic_cast<Actor<Matter>&>(*pair.backwardMatter).Name(),
             dynamic_cast<Actor<Matter>&>(*pair.forwardMatter).Name()};
 }
 
-Log Expected(const Guid& manager, int32_t index)
+Log Expected(const Guid& guid, int32_t index)
 {
     Log names;
     for (std::string bytes : {"seg.backwards", "seg.foward", "hair.backwards", "hair.foward"}) {
-        bytes.append(reinterpret_cast<const char*>(manager.GuidToBytes()), Guid::kSize);
+        const std::string kind = bytes.substr(0, bytes.find('.'));
+        bytes.append(reinterpret_cast<const char*>(guid.GuidToBytes()), Guid::kSize);
         bytes.append(reinterpret_cast<const char*>(&index), sizeof index);
-        const Guid identity = Guid::CreateFromBytes(bytes.data(), bytes.size());
-        names.emplace_back(zvkcore::string::View(identity.AsUTF8String()));
+        names.push_back(NameOf(kind, Guid::CreateFromBytes(bytes.data(), bytes.size())));
     }
     return names;
 }
@@ -196,36 +178,35 @@ Log Expected(const Guid& manager, int32_t index)
 TEST_F(Spans, AreIdentifiedByTheirPlaceWhenTheyWereMade)
 {
     Set({{20, 1, 1}, {10, 1, 1}});
-    EXPECT_EQ(NamesOf(manager, 20), Expected(guid, 0));
-    EXPECT_EQ(NamesOf(manager, 10), Expected(guid, 1));
+    EXPECT_EQ(NamesOf(m_spans, 20), Expected(m_guid, 0));
+    EXPECT_EQ(NamesOf(m_spans, 10), Expected(m_guid, 1));
 
     Log purged;
     for (int32_t index : {1, 0}) {
-        const Log names = Expected(guid, index);
-        for (std::size_t slot = 0; slot < 4; ++slot)
-            purged.push_back((slot < 2 ? "seg purge " : "hair purge ") + names[slot]);
+        for (const auto& name : Expected(m_guid, index)) purged.push_back("purge " + name);
     }
-    manager.PurgeAllCaches();
-    EXPECT_EQ(plugin.script.calls.log, purged) << "former objects in frame order, slot by slot";
-    EXPECT_EQ(NamesOf(manager, 10), Expected(guid, 0));
-    EXPECT_EQ(NamesOf(manager, 20), Expected(guid, 1));
+    m_spans.PurgeAllCaches();
+    EXPECT_EQ(m_script.calls.log, purged) << "former objects in frame order, slot by slot";
+    EXPECT_EQ(NamesOf(m_spans, 10), Expected(m_guid, 0));
+    EXPECT_EQ(NamesOf(m_spans, 20), Expected(m_guid, 1));
 
     const Guid other = Guid::CreateFromBytes("other", 5);
-    manager.UpdateGuid(other);
-    EXPECT_EQ(NamesOf(manager, 20), Expected(other, 1));
-    EXPECT_EQ(manager.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 1, 1}, {20, 1, 1}}));
+    m_spans.UpdateGuid(other);
+    EXPECT_EQ(NamesOf(m_spans, 20), Expected(other, 1));
+    EXPECT_EQ(m_spans.GetSpanInfo(), (std::vector<M::SpanInfo>{{10, 1, 1}, {20, 1, 1}}));
 
-    plugin.script.makesNoMatter = true;
+    m_script.makesNoMatter = true;
     Set({{30, 1, 1}});
-    EXPECT_EQ(manager.GetSpans().at(30).forwardMatter, nullptr) << "what is no matter is dropped";
-    EXPECT_NE(manager.GetSpans().at(30).forwardSegmenter, nullptr);
+    EXPECT_EQ(m_spans.GetSpans().at(30).forwardMatter, nullptr) << "what is no matter is dropped";
+    EXPECT_NE(m_spans.GetSpans().at(30).forwardSegmenter, nullptr);
 }
 
 TEST_F(Spans, SurviveEveryFailedAllocation)
 {
     bool whole = true;
     qltest::EveryAllocationFails([&] {
-        M spans{guid, true, "Fake"_utf8, {1, 25}};
+        Forget();  // the report of the former run's lack of memory
+        M spans{m_guid, true, "Fake"_utf8, {1, 25}};
         spans.SetManualFrame(10, 3, 5);
         FrameIndex frame = 11;
         try {
@@ -235,7 +216,7 @@ TEST_F(Spans, SurviveEveryFailedAllocation)
             throw;
         }
         const U_UTF8String text = spans.SerializeToXMLSnippet();
-        return M(guid, false, text, {1, 25}).GetSpanInfo() == spans.GetSpanInfo();
+        return M(m_guid, false, text, {1, 25}).GetSpanInfo() == spans.GetSpanInfo();
     });
     EXPECT_TRUE(whole) << "a frame is either there, in the map and in the search, or it is not";
 }

@@ -1,6 +1,5 @@
 // Which span renders, what its objects are told, and what is left when they throw.
 #include "FakePlugin.h"
-#include "QLTest.h"
 #include "SMSp_FreezingSegmenter.h"
 #include "SMSp_SpanIdentity.h"
 #include "SMSp_SpanRenderFrameData.h"
@@ -10,7 +9,7 @@ namespace {
 
 using namespace smstest;
 
-class SpanRender : public qltest::Library {
+class SpanRender : public Stage {
   protected:
     // What the plug-in hears of a render, and of a render of hair, each behind its answer.
     Log Rendered(int frame)
@@ -27,19 +26,11 @@ class SpanRender : public qltest::Library {
         if (m_spans.RenderHair(m_host, m_cache, m_type)) m_script.calls.log[0] = "rendered";
         return m_script.calls.Take();
     }
-
-    FakePlugin m_plugin;
-    Script& m_script = m_plugin.script;
-    SpanManager m_spans{{}, true, "Fake"_utf8, {1, 24}};
-    FakeHost m_host{11};
-    boost::shared_ptr<CrossRenderCache> m_cache;
-    RenderFrameData::OutputType m_type = RenderFrameData::OutputType_None;
 };
 
 TEST_F(SpanRender, ChoosesTheSpan)
 {
-    m_spans.SetManualFrame(10, 5, 5);
-    m_spans.SetManualFrame(20, 8, 0);
+    Set({{10, 5, 5}, {20, 0, 8}});
     const auto road = [](const char* render) { return Log{"rendered", "seg init", render, "seg clear"}; };
     EXPECT_EQ(Rendered(10), road("seg render 0"));
     EXPECT_EQ(Rendered(8), road("seg render 2"));   // backward
@@ -62,7 +53,7 @@ TEST_F(SpanRender, ChoosesTheSpan)
     m_host.stroke = true;
     m_spans.SetRenderingMode(SpanManager::RenderingMode_Freezing);
     EXPECT_EQ(Rendered(21), road("seg render 0"));
-    EXPECT_EQ(m_plugin.creator.last, SpanIdentity("temp", {}, 0));
+    EXPECT_EQ(m_plugin.creator.last, SpanIdentity("temp", m_guid, 0));
     EXPECT_TRUE(m_spans.GetFrozenData()->successfullyFrozenFrames.empty());
     EXPECT_EQ(Hair(21), Log{"nothing"});
 }
@@ -116,7 +107,7 @@ TEST_F(SpanRender, TranslatesFrames)
 
 TEST_F(SpanRender, MarksCachedFrames)
 {
-    m_spans.SetManualFrame(10, 3, 5);
+    Set({{10, 5, 3}});
     std::set<int> frames{99};
     m_script.calls.Take();
     ASSERT_TRUE(IsFastHBCacheMarkingsEnabled());
@@ -132,7 +123,7 @@ TEST_F(SpanRender, MarksCachedFrames)
 
 TEST_F(SpanRender, LetsExceptionsPassAndKeepsWhatIsStored)
 {
-    m_spans.SetManualFrame(10, 3, 5);
+    Set({{10, 5, 3}});
     m_spans.RetainSegmentationRange(10, 14);
     m_spans.SetRenderingMode(SpanManager::RenderingMode_Freezing);
     m_spans.Render(m_host, m_cache);
@@ -170,7 +161,7 @@ TEST_F(SpanRender, LetsExceptionsPassAndKeepsWhatIsStored)
 TEST_F(SpanRender, SurvivesACreatorThatMakesNothing)
 {
     m_script.makesNothing = true;
-    m_spans.SetManualFrame(10, 3, 5);
+    Set({{10, 5, 3}});
     m_spans.SetRenderingMode(SpanManager::RenderingMode_Freezing);
     EXPECT_EQ(Rendered(11), Log{"rendered"});
     EXPECT_EQ(Hair(11), Log{"nothing"});

@@ -3,8 +3,6 @@
 #include <boost/date_time/posix_time/conversion.hpp>
 
 #include "FakePlugin.h"
-#include "SMS_SpanManager.h"
-#include "zvkcore/string/StringStream.h"
 
 namespace {
 
@@ -30,10 +28,13 @@ class SpanText : public testing::Test {
 constexpr char kFull[] =
     "3,Fake,2,-7,3,5,40,0,4294967295,1,64,48,1001,30000,1700000000,2,8,AAE=,9,AAEC,1,8,AAE=,";
 
+constexpr char kNoSpan[] = "3,Fake,0,0,0,0,1,25,2077252342,0,0,";
+constexpr char kOneSpan[] = "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,";
+
 TEST_F(SpanText, ComesBackAsItWasWritten)
 {
     M empty{Guid(), true, "Fake\0 more"_utf8, {2, 50}};
-    EXPECT_EQ(Written(empty), "3,Fake,0,0,0,0,1,25,2077252342,0,0,");
+    EXPECT_EQ(Written(empty), kNoSpan);
     empty.GetFrozenData()->freezingDateTime = boost::posix_time::ptime(boost::posix_time::neg_infin);
     EXPECT_EQ(Written(empty), "3,Fake,0,0,0,0,1,25,-2077252342,0,0,");
 
@@ -60,39 +61,35 @@ TEST_F(SpanText, OfAnyKindKeepsWhatCouldBeRead)
         M::TextFault fault;
         std::size_t assertions;
     };
+    using enum M::TextFault;
     const Row rows[] = {
-        {"Version1HasSpansOnly", "1,Fake,1,10,3,5,", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_None, 0},
-        {"NegativeVersionToo", "-2,Fake,1,10,3,5,1,7,", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_None, 0},
+        {"Version1HasSpansOnly", "1,Fake,1,10,3,5,", kOneSpan, TextFault_None, 0},
+        {"NegativeVersionToo", "-2,Fake,1,10,3,5,1,7,", kOneSpan, TextFault_None, 0},
         {"Version2HasNoTrimaps", "2,Fake,0,2,4,3,1,30,9,1,8,AAE=,1,8,AAE=,",
-         "3,Fake,0,2,4,3,1,30,9,1,8,AAE=,0,", M::TextFault_None, 0},
+         "3,Fake,0,2,4,3,1,30,9,1,8,AAE=,0,", TextFault_None, 0},
         {"NewerIsReadAsVersion3", "7,Fake,0,0,0,0,1,30,9,0,1,8,AAE=,and,more,",
-         "3,Fake,0,0,0,0,1,30,9,0,1,8,AAE=,", M::TextFault_None, 0},
+         "3,Fake,0,0,0,0,1,30,9,0,1,8,AAE=,", TextFault_None, 0},
         {"WrongSeparatorsGoOn", "3,Fake,1;10,3,5,0,0 0,1,30,9,0,0,", "3,Fake,1,10,3,5,0,0,0,1,30,9,0,0,",
-         M::TextFault_Separator, 2},
-        {"NoLastSeparator", "1,Fake,1,10,3,5", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_Truncated, 1},
-        {"NoText", "", "3,,0,0,0,0,1,25,2077252342,0,0,", M::TextFault_Truncated, 1},
+         TextFault_Separator, 2},
+        {"NoLastSeparator", "1,Fake,1,10,3,5", kOneSpan, TextFault_Truncated, 1},
+        {"NoText", "", "3,,0,0,0,0,1,25,2077252342,0,0,", TextFault_Truncated, 1},
         {"NameWithAComma", "3,Fa,ke,0,0,0,0,1,30,9,0,0,", "3,Fa,0,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_Number, 1},
-        {"HugeCount", "3,Fake,18446744073709551615,10,3,5,", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_Truncated, 1},
-        {"CountBeyondNumbers", "3,Fake,18446744073709551616,10,3,5,", "3,Fake,0,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_Number, 1},
-        {"NegativeCount", "3,Fake,-1,10,3,5,", "3,Fake,0,0,0,0,1,25,2077252342,0,0,", M::TextFault_Number, 1},
-        {"FrameTwice", "1,Fake,2,10,3,5,10,1,1,", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_None, 0},
-        {"NegativeDuration", "3,Fake,2,10,3,5,20,-1,5,", "3,Fake,1,10,3,5,0,0,0,1,25,2077252342,0,0,",
-         M::TextFault_Number, 1},
-        {"ModeThatIsNone", "3,Fake,0,3,0,0,1,30,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,", M::TextFault_Value, 1},
-        {"NegativeSize", "3,Fake,0,0,-1,5,1,30,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,", M::TextFault_Value, 1},
-        {"FractionIsNormalised", "3,Fake,0,0,0,0,-1001,-30030,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,",
-         M::TextFault_None, 0},
-        {"FractionThatDoesNotFit", "3,Fake,0,0,0,0,-2147483648,-1,9,0,0,", "3,Fake,0,0,0,0,1,25,9,0,0,",
-         M::TextFault_Value, 1},
+         TextFault_Number, 1},
+        {"HugeCount", "3,Fake,18446744073709551615,10,3,5,", kOneSpan, TextFault_Truncated, 1},
+        {"CountBeyondNumbers", "3,Fake,18446744073709551616,10,3,5,", kNoSpan, TextFault_Number, 1},
+        {"NegativeCount", "3,Fake,-1,10,3,5,", kNoSpan, TextFault_Number, 1},
+        {"FrameTwice", "1,Fake,2,10,3,5,10,1,1,", kOneSpan, TextFault_None, 0},
+        {"BlanksAndPlus", "1,Fake,1, \n+10,\t3,+5,", kOneSpan, TextFault_None, 0},
+        {"TwoSigns", "1,Fake,1,+-10,3,5,", kNoSpan, TextFault_Number, 1},
+        {"FrameBeyondNumbers", "1,Fake,1,2147483648,3,5,", kNoSpan, TextFault_Number, 1},
+        {"NegativeDuration", "3,Fake,2,10,3,5,20,-1,5,", kOneSpan, TextFault_Number, 1},
+        {"ModeThatIsNone", "3,Fake,0,3,0,0,1,30,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,", TextFault_Value, 1},
+        {"NegativeSize", "3,Fake,0,0,-1,5,1,30,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,", TextFault_Value, 1},
+        {"Fraction", "3,Fake,0,0,0,0,-1001,-30030,9,0,0,", "3,Fake,0,0,0,0,1,30,9,0,0,", TextFault_None, 0},
+        {"LargeFraction", "3,Fake,0,0,0,0,-2147483648,-1,9,0,0,", "3,Fake,0,0,0,0,1,25,9,0,0,",
+         TextFault_Value, 1},
         {"BytesThatAreNone", "3,Fake,0,0,0,0,1,30,9,2,8,A,9,AAE=,0,", "3,Fake,0,0,0,0,1,30,9,1,9,AAE=,0,",
-         M::TextFault_Value, 1},
+         TextFault_Value, 1},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -129,21 +126,6 @@ TEST_F(SpanText, ThrowsWhatNoManagerCanBeMadeOf)
     }
     EXPECT_ANY_THROW(Read("1,Nobody,1,10,3,5,"));
     EXPECT_NO_THROW(Read("1,Nobody,0,"));
-}
-
-TEST(StringStream, ReadsPlainNumbersOnly)
-{
-    const auto read = [](std::string_view text) {
-        zvkcore::iUTF8StringStream stream{zvkcore::string::Units(text)};
-        int number = 7;
-        stream >> number;
-        return std::tuple<int, bool, int>{number, stream.fail(), stream.get()};
-    };
-    EXPECT_EQ(read(" \n+12,"), (std::tuple<int, bool, int>{12, false, ','}));
-    EXPECT_EQ(read("-2147483648"), (std::tuple<int, bool, int>{-2147483647 - 1, false, -1}));
-    for (const char* none : {"", "+", "-", "+-1", "--1", "x", "2147483648", ","}) {
-        EXPECT_EQ(read(none), (std::tuple<int, bool, int>{0, true, -1})) << none;
-    }
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace {
 
 using namespace smstest;
 
-TEST(Factory, FirstNameIsTheDefaultAndFirstCreatorOfANameStays)
+TEST(Factory, FindsByNameAndTheFirstOneByNone)
 {
     Factory<Segmenter> factory;
     Script script;
@@ -28,22 +28,12 @@ TEST(Factory, FirstNameIsTheDefaultAndFirstCreatorOfANameStays)
     EXPECT_EQ(factory.LookupCreator("first"_utf8, false), &first);
     EXPECT_EQ(factory.LookupCreator("second"_utf8, false), &second);
     EXPECT_EQ(factory.LookupCreator("First"_utf8, true), nullptr);
+    EXPECT_THROW(factory.LookupCreator("First"_utf8, false), zvkcore::config::Error);
 
     factory.Unregister(&first);
     EXPECT_EQ(factory.LookupCreator(""_utf8, true), nullptr) << "the default name stays";
     factory.Register(&second, Named("first"));
     EXPECT_EQ(factory.LookupCreator(""_utf8, true), &second);
-}
-
-TEST(Factory, MissingPluginIsAnErrorUnlessQuiet)
-{
-    EXPECT_EQ(GetCreator<Segmenter>("nobody"_utf8, true), nullptr);
-    try {
-        GetCreator<Segmenter>("nobody"_utf8, false);
-        FAIL();
-    } catch (const zvkcore::config::Error& error) {
-        EXPECT_STREQ(error.what(), "The Halo Brush plug-in is missing.");
-    }
 }
 
 // Sums 1 to a key, each sum from the one before it.
