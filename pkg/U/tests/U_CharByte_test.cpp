@@ -1,9 +1,8 @@
 #include "U_String.h"
 
 #include <atomic>
-#include <barrier>
-#include <thread>
 
+#include "Contend.h"
 #include "TextSamples.h"
 #include "U_SubString.h"
 
@@ -78,18 +77,16 @@ TEST(CharByteLocale, UnlistedScriptsHaveOnlySingleBytes)
     }
 }
 
-// Threads that meet at a barrier, then classify, cut and convert at once: locales and converters are made at first
-// use, by whoever comes first.
+// Locales and converters are made at first use, by whoever comes first.
 TEST(TextThreads, ShareLocalesAndKeepTheirOwnConverters)
 {
     if (!HaveLegacyLocales()) GTEST_SKIP() << "the build has no legacy locales";
     constexpr int kThreads = 4;
     constexpr int kRounds = 200;
-    std::barrier together{kThreads};
     std::atomic<int> right{0};
-    const auto work = [&](const TextSample& sample) {
+    zvktest::Contend(kThreads, [&](int thread) {
+        const TextSample& sample = kTextSamples[static_cast<size_t>(thread) + 1];
         const char* const text = sample.text.c_str();
-        together.arrive_and_wait();
         for (int round = 0; round < kRounds; ++round) {
             bool fine = U_CharByteFromScript("A", 0, static_cast<unsigned int>(round)) == 0;
             for (size_t at = 0; at < sample.text.size(); ++at) {
@@ -103,11 +100,7 @@ TEST(TextThreads, ShareLocalesAndKeepTheirOwnConverters)
             fine = fine && U_SubString(line, sizeof line, "^L1/^F2", round, round / 2.0) == 0;
             right += fine;
         }
-    };
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i)
-        threads.emplace_back(work, std::cref(kTextSamples[static_cast<size_t>(i) + 1]));
-    for (std::thread& thread : threads) thread.join();
+    });
     EXPECT_EQ(right, kThreads * kRounds);
 }
 

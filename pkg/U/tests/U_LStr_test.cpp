@@ -2,14 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <cstdlib>
 #include <cstring>
-#include <set>
 #include <string_view>
-#include <thread>
 #include <vector>
 
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "STR_Z.h"
 #include "U_ZString.h"
@@ -196,23 +194,17 @@ TEST_F(LStr, LookupsOfOneRowRace)
     constexpr int kThreads = 4;
     SpeakGerman();
     for (int round = 0; round < 50; ++round) {
-        std::barrier start(kThreads);
-        std::set<const char*> seen[3];
-        std::mutex mutex;
-        std::vector<std::thread> threads;
-        for (int number = 0; number < kThreads; ++number) {
-            threads.emplace_back([&, number] {
-                start.arrive_and_wait();
-                for (int index = 0; index < 3; ++index) {
-                    const char* const text = Look(index, static_cast<short>(index == 2 ? number % 2 : 0));
-                    const std::lock_guard lock(mutex);
-                    seen[index].insert(text);
-                }
-            });
+        const char* seen[kThreads][3];
+        zvktest::Contend(kThreads, [&](int thread) {
+            for (int index = 0; index < 3; ++index) {
+                seen[thread][index] = Look(index, static_cast<short>(index == 2 ? thread % 2 : 0));
+            }
+        });
+        EXPECT_STREQ(seen[0][1], "eins");
+        for (const auto& texts : seen) {  // all hold the one text that was kept
+            EXPECT_EQ(texts[0], seen[0][0]);
+            EXPECT_EQ(texts[1], seen[0][1]);
         }
-        for (std::thread& thread : threads) thread.join();
-        EXPECT_EQ(seen[0].size() + seen[1].size(), 2u);  // all hold the one text that was kept
-        EXPECT_STREQ(*seen[1].begin(), "eins");
         EXPECT_EQ(m_header.flags, unsigned{U_LStrCache_HELD});
         // A new round starts with no texts.
         ASSERT_EQ(Up_ZLStrDeath(), 0);

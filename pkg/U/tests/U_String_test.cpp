@@ -28,31 +28,22 @@ TEST_P(Cuts, FallOnACharacterOfTheSource)
     const TextSample& sample = Sample();
     const std::string& text = sample.text;
     for (size_t size = 1; size <= text.size() + 2; ++size) {
+        SCOPED_TRACE(size);
         const std::string expected = text.substr(0, sample.CutAt(size - 1));
         Target copied{size};
         EXPECT_EQ(U_CopyString(text.c_str(), size, copied.bytes.data()), 0);
-        EXPECT_EQ(copied.Text(), expected) << size;
-
+        EXPECT_EQ(copied.Text(), expected);
         Target joined{size + 3, "abc"};
         EXPECT_EQ(U_ConcatString(text.c_str(), size + 3, joined.bytes.data()), 0);
-        EXPECT_EQ(joined.Text(), "abc" + expected) << size;
-
-        std::vector<char> whole(text.c_str(), text.c_str() + text.size() + 1);
+        EXPECT_EQ(joined.Text(), "abc" + expected);
+        std::string whole = text;
         EXPECT_EQ(U_TruncateString(static_cast<int>(size - 1), whole.data()), 0);
-        EXPECT_EQ(whole.data(), expected) << size;
-    }
-}
+        EXPECT_EQ(whole.c_str(), expected);
 
-TEST_P(Cuts, OfASourceWithoutTerminatorStayInsideIt)
-{
-    const TextSample& sample = Sample();
-    for (size_t length = 0; length <= sample.text.size(); ++length) {
-        const std::vector<char> source(sample.text.begin(), sample.text.begin() + static_cast<long>(length));
-        for (size_t size = 1; size <= length + 2; ++size) {
-            Target target{size};
-            EXPECT_EQ(U_CopyStringLen(source.data(), length, size, target.bytes.data()), 0);
-            EXPECT_EQ(target.Text(), sample.text.substr(0, sample.CutAt(std::min(length, size - 1))))
-                << length << " " << size;
+        for (size_t length = 0; length <= text.size(); ++length) {  // of a source without a terminator
+            const std::vector<char> source(text.data(), text.data() + length);
+            EXPECT_EQ(U_CopyStringLen(source.data(), length, size, copied.bytes.data()), 0);
+            EXPECT_EQ(copied.Text(), text.substr(0, sample.CutAt(std::min(length, size - 1)))) << length;
         }
     }
 }
@@ -180,12 +171,9 @@ TEST(Comparison, OrdersByUnits)
         {"", "a", -1, -1},
         {"a", "", 1, 1},
         {"C", "A", 2, 1},
-        {"a", "z", -25, -25},
         {"9", "1", 8, 8},
         {"a", "B", 1, -1},
-        {"abc", "abd", -1, -1},
         {"ab", "abc", -1, -1},
-        {"same", "same", 0, 0},
         {"SAME", "same", -1, 0},
         {"\u00C9t\u00E9", "\u00E9t\u00C9", -1, 0},
         {"\uFF21", "\U0001F600", 1, 1},  // by unit U+FF21 stands behind a surrogate
@@ -209,14 +197,12 @@ TEST(Case, ChangesInPlaceAndKeepsTheLength)
         const char* upper;
     };
     const Row rows[] = {
-        {"Ascii", U_ENCODING_UTF8, "Layer 7", "layer 7", "LAYER 7"},
-        {"TwoBytes", U_ENCODING_UTF8, "\u00C9t\u00E9", "\u00E9t\u00E9", "\u00C9T\u00C9"},
+        {"TwoBytes", U_ENCODING_UTF8, "\u00C9t\u00E9 7", "\u00E9t\u00E9 7", "\u00C9T\u00C9 7"},
         {"KelvinIsLonger", U_ENCODING_UTF8, "1 \u212A X", "1 \u212A x", "1 \u212A X"},
         {"LowerIsLonger", U_ENCODING_UTF8, "\u023AA", "\u023Aa", "\u023AA"},
         {"MicroIsNotInLatin", U_ENCODING_WINDOWS_LATIN1, "\xB5m", "\xB5m", "\xB5M"},
         {"TrailBytesStay", U_ENCODING_WINDOWS_JAPANESE, "\x83\x41z", "\x83\x41z", "\x83\x41Z"},
         {"InvalidStays", U_ENCODING_UTF8, "Ab\xFF", "Ab\xFF", "Ab\xFF"},
-        {"Empty", U_ENCODING_UTF8, "", "", ""},
     };
     for (const Row& row : rows) {
         const ScEncoding encoding{row.encoding};
