@@ -18,39 +18,38 @@ inline std::string Bytes(const U_UTF8String& text)
 // The provider of the process while it lives.
 struct Provider final : U::telemetry::U_TelemetryProvider {
     using Guid = zvkcore::utility::Guid;
+    using Name = const char*;
+    using Detail = const unsigned short*;
+
     Provider() { U::telemetry::RegisterTelemetryProvider(this); }
     ~Provider() override { U::telemetry::RegisterTelemetryProvider(nullptr); }
 
     bool IsLogging() override { return true; }
-    void LogEvent(const char* c, const char* n, const unsigned short* d, Guid g) override
-    {
-        calls.push_back(std::string("event ") + c + n + (d ? qltest::Text(d) : "-") +
-                        (g.IsZero() ? "" : " id"));
-    }
-    void LogEventWithCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("counted ") + c + n);
-    }
-    void IncrementEventCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("increment ") + c + n);
-    }
-    void ClearEventCount(const char* c, const char* n, const unsigned short*, Guid) override
-    {
-        calls.push_back(std::string("clear ") + c + n);
-    }
+    void LogEvent(Name c, Name n, Detail d, Guid g) override { Note("event", c, n, d, g); }
+    void LogEventWithCount(Name c, Name n, Detail d, Guid g) override { Note("counted", c, n, d, g); }
+    void IncrementEventCount(Name c, Name n, Detail d, Guid g) override { Note("increment", c, n, d, g); }
+    void ClearEventCount(Name c, Name n, Detail d, Guid g) override { Note("clear", c, n, d, g); }
     void LogEventsWithCount() override { calls.push_back("all"); }
-    U::telemetry::DataGroup NewDataGroup(const char* o, const char* c, const char* s, Guid, bool use) override
+    U::telemetry::DataGroup NewDataGroup(Name o, Name c, Name s, Guid g, bool use) override
     {
-        calls.push_back(std::string("group ") + o + "," + c + "," + s + (use ? ",use" : ""));
+        Note(use ? "group use" : "group", o, c, nullptr, g);
+        calls.back().append(" ").append(s);
         return {};
     }
-    void AddToGroup(const U::telemetry::DataGroup&, const char* key, const U_UTF8String& value, bool) override
+    void AddToGroup(const U::telemetry::DataGroup&, Name key, const U_UTF8String& value, bool) override
     {
         calls.push_back(std::string(key) + "=" + Bytes(value));
     }
 
     std::vector<std::string> calls;
+
+  private:
+    void Note(const char* call, Name first, Name second, Detail detail, const Guid& id)
+    {
+        calls.push_back(std::string(call) + " " + first + " " + second);
+        if (detail) calls.back() += " " + qltest::Text(detail);
+        if (!id.IsZero()) calls.back() += " id";
+    }
 };
 
 }  // namespace errorstest

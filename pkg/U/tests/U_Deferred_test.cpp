@@ -6,6 +6,8 @@ namespace {
 
 using namespace errorstest;
 
+using Reported = std::vector<qltest::Report>;
+
 class Deferred : public Errors {
   protected:
     // Runs `work` deferred, and checks that nothing of it got out and no mask stays behind.
@@ -22,40 +24,32 @@ class Deferred : public Errors {
         return err;
     }
 
-    std::vector<qltest::Report> TakeReports()
+    // What is reported in the end.
+    template <class Work>
+    Reported AtTheEnd(Work work, const char* fallback = nullptr, bool async = false)
     {
-        const auto reports = Reports();
+        EXPECT_EQ(Defer(work, true, fallback, async), 0);
+        const Reported reports = Reports();
         Forget();
         return reports;
     }
 };
-
-using Reported = std::vector<qltest::Report>;
 
 TEST_F(Deferred, TheLastErrorIsReportedOnceOrItsFallback)
 {
     const auto report = [](U_Severity severity, const char* text) {
         return [=] { U_ReportError(0x120000u + severity, severity, Text16(text)); };
     };
-    EXPECT_EQ(Defer([] {}, true, "nothing failed"), 0);
-    EXPECT_EQ(TakeReports(), Reported{});
-
-    EXPECT_EQ(Defer([&] { report(U_Sev_PROBLEM, "first")(), report(U_Sev_WARNING, "last")(); }, true), 0);
-    EXPECT_EQ(TakeReports(), (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: last"}}));
-
-    EXPECT_EQ(Defer(report(U_Sev_WARNING, ""), true, "said instead"), 0);
-    EXPECT_EQ(TakeReports(), (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: said instead"}}));
-
-    EXPECT_EQ(Defer(report(U_Sev_PROBLEM, ""), true), 0);
-    EXPECT_EQ(TakeReports(),
+    EXPECT_EQ(AtTheEnd([] {}, "nothing failed"), Reported{});
+    EXPECT_EQ(AtTheEnd([&] { report(U_Sev_PROBLEM, "first")(), report(U_Sev_WARNING, "last")(); }),
+              (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: last"}}));
+    EXPECT_EQ(AtTheEnd(report(U_Sev_WARNING, ""), "said instead"),
+              (Reported{{0x120004, U_Sev_WARNING, "QLTest warning: said instead"}}));
+    EXPECT_EQ(AtTheEnd(report(U_Sev_PROBLEM, "")),
               (Reported{{0x120008, U_Sev_PROBLEM, "QLTest error: missing deferred error information."}}));
-
     // The count is that of the process, the last error that of the thread.
-    EXPECT_EQ(Defer([&] { OnWorker(report(U_Sev_WARNING, "theirs")); }, true), 0);
-    EXPECT_EQ(TakeReports().size(), 1u);
-
-    EXPECT_EQ(Defer(report(U_Sev_WARNING, "later"), true, nullptr, true), 0);
-    EXPECT_TRUE(Reports().empty() && Dialogs().empty());
+    EXPECT_EQ(AtTheEnd([&] { OnAnotherThread(report(U_Sev_WARNING, "theirs")); }).size(), 1u);
+    EXPECT_EQ(AtTheEnd(report(U_Sev_WARNING, "later"), nullptr, true), Reported{});
     EXPECT_EQ(U_GetNumPostedErrors(), 1);
 }
 
@@ -63,11 +57,8 @@ TEST_F(Deferred, ForgettingPutsCountAndTextBack)
 {
     U_ReportError(1, U_Sev_WARNING, Text16("before"));
     Forget();
-    int before = 0, after = 0;
-    U_GetHowManyErrors(&before);
     EXPECT_EQ(Defer([] { U_ReportError(2, U_Sev_PROBLEM, Text16("forgotten")); }, false), 0);
-    U_GetHowManyErrors(&after);
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(CountedErrors(), 1);
     EXPECT_EQ(Text(U_GetLastError(nullptr, nullptr, nullptr)), "before");
 }
 

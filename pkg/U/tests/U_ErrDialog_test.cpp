@@ -1,16 +1,12 @@
-#include "QLTest.h"
+#include "ErrorsTest.h"
 #include "TelemetryRecorder.h"
-#include "U_ErrState.h"
 #include "Up_Err.h"
 #include "zvkcore/config/Config.h"
 #include "zvkcore/utility/ScAutoreleasePool.h"
 
 namespace {
 
-using errorstest::Provider;
-using qltest::Text;
-using qltest::Text16;
-using Texts = std::vector<std::string>;
+using namespace errorstest;
 
 class Supplier : public zvkui::sketchbot::SupplierInterface {};
 
@@ -37,53 +33,38 @@ class Manager : public zvkui::ui::UI_NodeManager {
     UI_NodeManager* m_former;
 };
 
-class ErrDialog : public qltest::Library {
-  protected:
-    void SetUp() override
-    {
-        zvkcore::config::SetClientName(zvkcore::string::Units(u"Sample"));
-        Library::SetUp();
-    }
-    void TearDown() override
-    {
-        Library::TearDown();
-        zvkcore::config::SetClientName({});
-    }
-};
+using ErrDialog = Errors;
 
-struct LookRow {
+const struct {
     U_Severity severity;
     int icon, level;
-};
-const LookRow kLooks[] = {{1, 0, 0},  {2, 4, 1},  {4, 2, 2},  {8, 1, 0},
-                          {16, 1, 0}, {32, 4, 1}, {64, 4, 1}, {128, 4, 1}};
+    const char* word;  // in telemetry; empty: nothing is sent
+} kLooks[] = {{1, 0, 0, ""},       {2, 4, 1, ""},  {4, 2, 2, "Warning"}, {8, 1, 0, "Problem"},
+              {16, 1, 0, "Fatal"}, {32, 4, 1, ""}, {64, 4, 1, ""},       {128, 4, 1, "Leak"}};
 
 TEST_F(ErrDialog, IsAMessageBoxOverTheWindowAndAnAlertWithoutOne)
 {
+    zvkcore::config::SetClientName(zvkcore::string::Units(u"Sample"));
     int alive = 0;
     Supplier supplier;
-    for (const LookRow& row : kLooks) {
-        SCOPED_TRACE(row.severity);
-        Forget();
-        Up_ReportErrorDialog(Text16("( 1 :: 2 )"), row.severity, Text16("message"), 600.0f);
+    const auto show = [&](const char* location, const auto& row) {
+        Up_ReportErrorDialog(Text16(location), row.severity, Text16("message"), 600.0f);
+        const qltest::Dialog dialog = std::move(Dialogs().back());
+        EXPECT_EQ(dialog.title, "Sample");
+        EXPECT_EQ(dialog.look, dialog.isAlert ? row.level : row.icon) << row.severity;
+        EXPECT_EQ(dialog.width, dialog.isAlert ? 0.0f : 600.0f);
+        return (dialog.isAlert ? "alert: " : "box: ") + dialog.text;
+    };
+    for (const auto& row : kLooks) {
+        EXPECT_EQ(show("( 1 :: 2 )", row), "alert: ( 1 :: 2 )\n\nmessage\n\n");
         U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
-        Up_ReportErrorDialog(Text16("( 1 :: 2 )"), row.severity, Text16("message"), 600.0f);
-        Up_ReportErrorDialog({}, row.severity, Text16("message"), 0.0f);
+        EXPECT_EQ(show("( 1 :: 2 )", row), "box: message ( 1 :: 2 )");
+        EXPECT_EQ(show("", row), "box: message");
         U_SetSketchbotValuesForUErrors(&supplier, nullptr);
         EXPECT_EQ(alive, 0);
-        Up_ReportErrorDialog({}, row.severity, Text16("message"), 600.0f);
-
-        ASSERT_EQ(Dialogs().size(), 4u);
-        EXPECT_TRUE(Dialogs()[0].isAlert && Dialogs()[3].isAlert);
-        EXPECT_EQ(Dialogs()[0].text, "( 1 :: 2 )\n\nmessage\n\n");
-        EXPECT_EQ(Dialogs()[0].look, row.level);
-        EXPECT_FALSE(Dialogs()[1].isAlert);
-        EXPECT_EQ(Dialogs()[1].text, "message ( 1 :: 2 )");
-        EXPECT_EQ(Dialogs()[1].look, row.icon);
-        EXPECT_EQ(Dialogs()[1].width, 600.0f);
-        EXPECT_EQ(Dialogs()[2].text, "message");
-        EXPECT_EQ(Dialogs()[2].title, "Sample");
+        EXPECT_EQ(show("", row), "alert: \n\nmessage\n\n");
     }
+    zvkcore::config::SetClientName({});
 }
 
 TEST_F(ErrDialog, AnAlertGivesBackWhatItsPresenterHandedOver)
@@ -99,30 +80,22 @@ TEST_F(ErrDialog, AnAlertGivesBackWhatItsPresenterHandedOver)
     EXPECT_EQ(held, 0);
 }
 
-TEST_F(ErrDialog, DeathDropsTheWindowEvenWhenItFails)
+TEST_F(ErrDialog, DeathIsCompleteAndTellsWhenItsLastDialogsThrow)
 {
     int alive = 0;
     Supplier supplier;
-    ASSERT_EQ(U_Death(), 0);
-    U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
-    EXPECT_EQ(U_Death(), U_Err_UNBORN);
-    EXPECT_EQ(alive, 0);
-    ASSERT_EQ(U_Birth(kName, 1), 0);
-}
-
-TEST_F(ErrDialog, DeathIsCompleteAndTellsWhenItsLastDialogsThrow)
-{
     U_IncrementPostErrors();
     for (const char* text : {"first", "second", "third"}) Up_ReportErrString(0, U_Sev_WARNING, text);
     U_DecrementPostErrors();
     Presenter().whileShown = [] { throw 77; };
     EXPECT_EQ(U_Death(), 77);
     Presenter().whileShown = nullptr;
-    EXPECT_EQ(U_GetNumPostedErrors(), 0);
+    EXPECT_EQ(TakeShown(),
+              (Texts{"QLTest warning: first", "QLTest warning: second", "QLTest warning: third"}));
+    // A death that fails drops the window too.
+    U_SetSketchbotValuesForUErrors(&supplier, new Window(&alive));
     EXPECT_EQ(U_Death(), U_Err_UNBORN);
-    std::string shown;
-    for (const auto& dialog : Dialogs()) shown += dialog.text;
-    for (const char* text : {"first", "second", "third"}) EXPECT_NE(shown.find(text), shown.npos) << shown;
+    EXPECT_EQ(alive, 0);
     ASSERT_EQ(U_Birth(kName, 1), 0);
 }
 
@@ -134,42 +107,36 @@ TEST_F(ErrDialog, EndsARunningCaptureAndWaitsForABusyManager)
     manager.captured = new Window(&alive);
     Up_ReportErrString(0, U_Sev_WARNING, "first");
     EXPECT_TRUE(manager.ended && alive == 0);
-    EXPECT_EQ(Dialogs().size(), 1u);
     manager.BeginUninterruptible();
     Up_ReportErrString(0, U_Sev_WARNING, "second");
     EXPECT_EQ(Dialogs().size(), 1u);
-    EXPECT_EQ(U_GetNumPostedErrors(), 1);
     manager.EndUninterruptible();
     U_DisplayPostedErrors();
-    EXPECT_EQ(Dialogs().size(), 2u);
+    EXPECT_EQ(TakeShown(), (Texts{"QLTest warning: first", "QLTest warning: second"}));
     // The one that waited was sent when it was first to be shown, and then no more.
     EXPECT_EQ(provider.calls,
-              (Texts{"group Ql,error,error_v2", "severity=Warning", "localizedMsg=QLTest warning: first",
-                     "group Ql,error,error_v2", "severity=Warning", "localizedMsg=QLTest warning: second"}));
+              (Texts{"group Ql error error_v2", "severity=Warning", "localizedMsg=QLTest warning: first",
+                     "group Ql error error_v2", "severity=Warning", "localizedMsg=QLTest warning: second"}));
 }
 
 TEST_F(ErrDialog, SendsTheSeverityAndTheTextWithoutUserData)
 {
-    struct Row {
-        U_Severity severity;
-        const char* word;  // empty: nothing is sent
-    };
-    for (const Row& row : {Row{1, ""}, Row{2, ""}, Row{4, "Warning"}, Row{8, "Problem"}, Row{16, "Fatal"},
-                           Row{32, ""}, Row{64, ""}, Row{128, "Leak"}}) {
-        Provider provider;
-        Up_ReportErrorUTF16({}, row.severity, Text16("cannot open \"secret.png\""), 0.0f, false, true);
-        EXPECT_EQ(provider.calls, row.word[0]
-                                      ? Texts({"group Ql,error,error_v2", std::string("severity=") + row.word,
-                                               "localizedMsg=cannot open \"\""})
-                                      : Texts());
-    }
     Provider provider;
+    const auto sent = [&](U_Severity severity, const U_UTF16String& text) {
+        provider.calls.clear();
+        Up_ReportErrorUTF16({}, severity, text, 0.0f, false, true);
+        return provider.calls;
+    };
+    for (const auto& row : kLooks) {
+        const Texts all{"group Ql error error_v2", std::string("severity=") + row.word,
+                        "localizedMsg=cannot open \"\""};
+        EXPECT_EQ(sent(row.severity, Text16("cannot open \"secret.png\"")), row.word[0] ? all : Texts());
+    }
     const auto identifier = U_FormUniqueGroupErrorMessageIdentifier(Text16("Many."), Text16("@0 files"),
                                                                     Text16("A file is missing."));
-    Up_ReportErrorUTF16({}, U_Sev_WARNING, U_GroupErrorMessage(Text16("detail"), identifier), 0.0f, false,
-                        true);
-    EXPECT_EQ(provider.calls, (Texts{"group Ql,error,error_v2", "severity=Warning",
-                                     "localizedMsg=A file is missing.", "errDetail=detail"}));
+    EXPECT_EQ(sent(U_Sev_WARNING, U_GroupErrorMessage(Text16("\"secret\" detail"), identifier)),
+              (Texts{"group Ql error error_v2", "severity=Warning", "localizedMsg=A file is missing.",
+                     "errDetail=\"\" detail"}));
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include "Up_Posted.h"
 
 #include <atomic>
-#include <barrier>
 #include <map>
+#include <stdexcept>
 
 #include "ErrorsTest.h"
 #include "FailingAllocator.h"
+#include "U_TrySection.h"
 #include "Up_ErrState.h"
 #include "zvkcore/debug/Trailmark.h"
 
@@ -14,15 +15,15 @@ namespace {
 using namespace errorstest;
 using Posted = Errors;
 
-void ReportOnWorker(const char* text, U_Severity severity = U_Sev_WARNING)
+void ReportOnAnotherThread(const char* text, U_Severity severity = U_Sev_WARNING)
 {
-    OnWorker([&] { U_ReportError(0, severity, Text16(text)); });
+    OnAnotherThread([&] { U_ReportError(0, severity, Text16(text)); });
 }
 
 TEST_F(Posted, WhatWaitsIsShownInOrderAndFirst)
 {
-    ReportOnWorker("a");
-    ReportOnWorker("bad", U_Sev_PROBLEM);
+    ReportOnAnotherThread("a");
+    ReportOnAnotherThread("bad", U_Sev_PROBLEM);
     EXPECT_TRUE(Dialogs().empty());
     EXPECT_EQ(assertions, Texts{"437 Up_PostError:  QLTest error: bad"});
     U_ReportError(0, U_Sev_WARNING, Text16("c"));
@@ -38,16 +39,21 @@ TEST_F(Posted, WhatWaitsIsShownInOrderAndFirst)
 
 TEST_F(Posted, WorkersRepeatOfWhatWasShownLastIsDropped)
 {
-    ReportOnWorker("same");
+    const auto post = [](const char* location, U_Severity severity, const char* text) {
+        Up_PostError(Text16(location), severity, Text16(text), false);
+        return U_GetNumPostedErrors();
+    };
+    post("here", U_Sev_WARNING, "same");
     U_DisplayPostedErrors();
-    ReportOnWorker("same");
-    EXPECT_EQ(U_GetNumPostedErrors(), 0);
-    ReportOnWorker("same", U_Sev_PLAIN);               // of another severity
-    U_AsyncReport(0u, U_Sev_WARNING, Text16("same"));  // of the UI thread
-    EXPECT_EQ(U_GetNumPostedErrors(), 2);
+    OnAnotherThread([&] {
+        EXPECT_EQ(post("here", U_Sev_WARNING, "same"), 0);
+        EXPECT_EQ(post("there", U_Sev_WARNING, "same"), 1);
+        EXPECT_EQ(post("here", U_Sev_PLAIN, "same"), 2);
+        EXPECT_EQ(post("here", U_Sev_WARNING, "other"), 3);
+    });
+    EXPECT_EQ(post("here", U_Sev_WARNING, "same"), 4);
     U_ClearLastReportedError();
-    ReportOnWorker("same");
-    EXPECT_EQ(U_GetNumPostedErrors(), 3);
+    OnAnotherThread([&] { EXPECT_EQ(post("here", U_Sev_WARNING, "same"), 5); });
 }
 
 TEST_F(Posted, AggregationsOfTwoThreadsMeetUnderTheirTitles)
@@ -59,7 +65,7 @@ TEST_F(Posted, AggregationsOfTwoThreadsMeetUnderTheirTitles)
         U_ReportError(0, U_Sev_PLAIN, Text16("plain"));
         U_DisplayPostedErrors();  // shows nothing here
     };
-    OnWorker(work);
+    OnAnotherThread(work);
     work();
     EXPECT_TRUE(Dialogs().empty());
     U_DisplayPostedErrors();
@@ -70,13 +76,13 @@ TEST_F(Posted, AggregationsOfTwoThreadsMeetUnderTheirTitles)
 
 TEST_F(Posted, ADialogMayThrowPostAndDrain)
 {
-    for (const char* text : {"a", "b", "c"}) ReportOnWorker(text);
+    for (const char* text : {"a", "b", "c"}) ReportOnAnotherThread(text);
     Presenter().whileShown = [] { throw 7; };
     EXPECT_THROW(U_DisplayPostedErrors(), int);
     EXPECT_EQ(U_GetNumPostedErrors(), 2);
     Presenter().whileShown = [&] {
         Presenter().whileShown = nullptr;
-        ReportOnWorker("meanwhile");
+        ReportOnAnotherThread("meanwhile");
         U_DisplayPostedErrors();
         throw 7;
     };
@@ -107,104 +113,105 @@ U_UTF16String Long(const char* text)
     return Text16(text + std::string(40000, 'x'));
 }
 
-class ShortOfMemory : public Errors {
-  protected:
-    void SetUp() override
-    {
-        Errors::SetUp();
-        Up_DeathErrorStorage();
-    }
-    void TearDown() override
-    {
-        Up_BirthErrorStorage();
-        Errors::TearDown();
-    }
-
-    // Runs `body` between a birth and a death of its own, on the UI thread, where missing memory is reported
-    // from within, and on a worker, where it is not.
-    void EveryAllocationFails(const std::function<bool()>& body)
-    {
-        const auto scenario = [&] {
-            struct Life {
-                Life() { Up_BirthErrorStorage(); }
-                ~Life() { Up_DeathErrorStorage(); }
-            };
-            Forget();
-            zvkcore::debug::trailmark::ClearTrail();
-            const Life life;
-            return body();
-        };
-        EXPECT_GT(qltest::EveryAllocationFails(scenario), 3u);
-        OnWorker([&] { EXPECT_GT(qltest::EveryAllocationFails(scenario), 3u); });
-    }
-
-    bool ended_badly = false;  // assertions must wait until memory is back
-};
-
-TEST_F(ShortOfMemory, AStateIsPushedWholeAndAPostIsPostedWholeOrNotAtAll)
+// A life of its own for each run, on the UI thread, where missing memory is reported from within, and on a
+// worker, where it is not.
+TEST_F(Posted, StatesPostsAndDrainsAreWholeWhereverMemoryEnds)
 {
-    const auto location = Long("location"), message = Long("message"), title = Long("title");
-    EveryAllocationFails([&] {
+    const auto location = Long("location"), title = Long("title"), message = Long("message");
+    const auto grouped = U_GroupErrorMessage(message, Long("many|||one###type"));
+    bool ended_badly = false;  // assertions must wait until memory is back
+    const auto live = [&] {
         const Err pushed = Up_StartErrorStateOnCurrentThread(Up_ErrorState_Aggregate, title, title);
         if (pushed != 0) {
             ended_badly |= Up_GetPerThreadErrorFlags() != 0;
             return false;
         }
-        const Err posted = Up_PostError(location, U_Sev_PROBLEM, message, true);
-        ended_badly |= !U_IsOnUIThread() && U_GetNumPostedErrors() != (posted == 0);
-        ended_badly |= Up_EndErrorStateOnCurrentThread() != 0;
-        return posted == 0;
-    });
-    EXPECT_FALSE(ended_badly);
-}
-
-TEST_F(ShortOfMemory, ADrainEndsCleanlyWhereverItBreaks)
-{
-    const auto identifier = Long("many|||one###type");
-    EveryAllocationFails([&] {
-        for (const char* text : {"a", "b"}) {
-            const auto message = U_GroupErrorMessage(Text16(text), identifier);
-            if (Up_PostError({}, U_Sev_WARNING, message, false) != 0) return false;
+        int posted = 0;
+        for (const auto& text : {message, grouped, grouped}) {
+            posted += Up_PostError(location, U_Sev_PROBLEM, text, true) == 0;
         }
+        ended_badly |= !U_IsOnUIThread() && U_GetNumPostedErrors() != posted;
+        ended_badly |= Up_EndErrorStateOnCurrentThread() != 0;
+        if (posted < 3) return false;
         U_DisplayPostedErrors();
         ended_badly |= U_GetNumPostedErrors() != 0;
         return true;
-    });
+    };
+    const auto scenario = [&] {
+        struct Life {
+            Life() { Up_BirthErrorStorage(); }
+            ~Life() { Up_DeathErrorStorage(); }
+        };
+        Forget();
+        zvkcore::debug::trailmark::ClearTrail();
+        const Life life;
+        return live();
+    };
+    Up_DeathErrorStorage();
+    EXPECT_GT(qltest::EveryAllocationFails(scenario), 9u);
+    OnAnotherThread([&] { EXPECT_GT(qltest::EveryAllocationFails(scenario), 9u); });
+    Up_BirthErrorStorage();
     EXPECT_FALSE(ended_badly);
 }
 
 // --- Many threads ----------------------------------------------------------------------------------------
 
+int CountAll(void* count, unsigned, U_Severity, const char*)
+{
+    ++*static_cast<std::atomic<int>*>(count);
+    return 0;
+}
+
+// The callbacks and translators that a thread brings along for a moment; a full table refuses them.
+int RegisterForAMoment(std::atomic<int>& heard)
+{
+    U_StartQuietErrorsOnCurrentThread(0);
+    if (U_AddLoggingCallback(CountAll, &heard) == 0) U_RemoveLoggingCallback(CountAll, &heard);
+    const unsigned key = U_RegisterExceptionTranslatorImpl([](std::exception*, int*) { return false; });
+    const Err code = U_TrySection([] { throw std::runtime_error("unknown"); });
+    U_UnregisterExceptionTranslator(key);
+    U_EndQuietErrorsOnCurrentThread();
+    return code;
+}
+
+// Plain posts, grouped ones and gathered ones.
+void PostInTurn(int thread, int round)
+{
+    const auto text = Text16("<" + std::to_string(thread) + ":" + std::to_string(round) + ">");
+    if (round % 3 == 0) {
+        U_ReportError(static_cast<unsigned>(thread), U_Sev_WARNING, text);
+    } else if (round % 3 == 1) {
+        const auto group = Text16("many|||one###group " + std::to_string(thread % 3));
+        U_AsyncReport(0u, U_Sev_WARNING, U_GroupErrorMessage(text, group));
+    } else {
+        const auto title = Text16("title " + std::to_string(thread % 2));
+        const U_ScErrorDialogAggregation gather{title, title};
+        U_AsyncReport(0u, U_Sev_PROBLEM, text);
+    }
+}
+
 TEST_F(Posted, EveryDistinctPostOfEightThreadsIsShownOnce)
 {
-    constexpr int kThreads = 8, kPosts = 10000 / kThreads;
-    std::barrier start(kThreads + 1);
-    std::atomic<int> working{kThreads};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            // Plain posts, grouped ones and gathered ones; some threads change their state all the time.
-            const auto group = Text16("many|||one###group " + std::to_string(t % 3));
-            const auto title = Text16("title " + std::to_string(t % 2));
-            start.arrive_and_wait();
-            for (int i = 0; i < kPosts; ++i) {
-                const auto text = Text16("<" + std::to_string(t) + ":" + std::to_string(i) + ">");
-                if (i % 3 == 0) {
-                    U_ReportError(0, U_Sev_WARNING, text);
-                } else if (i % 3 == 1) {
-                    U_AsyncReport(0u, U_Sev_WARNING, U_GroupErrorMessage(text, group));
-                } else {
-                    const U_ScErrorDialogAggregation gather{title, title};
-                    U_AsyncReport(0u, U_Sev_PROBLEM, text);
-                }
+    constexpr int kThreads = 8, kRounds = 1200;
+    std::atomic<int> heard{0}, heard_shortly[kThreads]{}, wrong{0};
+    std::atomic<bool> working{true};
+    ASSERT_EQ(U_AddLoggingCallback(CountAll, &heard), 0);
+    std::thread workers([&] {
+        Contend(kThreads, [&](int thread) {
+            for (int round = 0; round < kRounds; ++round) {
+                PostInTurn(thread, round);
+                unsigned location = 99;
+                U_GetLastError(nullptr, &location, nullptr);
+                wrong += location != static_cast<unsigned>(thread);
+                if (round % 10 == 0) wrong += RegisterForAMoment(heard_shortly[thread]) != U_Err_UNKNOWN;
             }
-            --working;
         });
-    }
-    start.arrive_and_wait();
-    while (working != 0) U_DisplayPostedErrors();
-    for (auto& thread : threads) thread.join();
+        working = false;
+    });
+    while (working) U_DisplayPostedErrors();
+    workers.join();
     U_DisplayPostedErrors();
+    EXPECT_EQ(U_RemoveLoggingCallback(CountAll, &heard), 0);
 
     std::map<std::string, int> seen;
     for (const std::string& text : TakeShown()) {
@@ -212,9 +219,12 @@ TEST_F(Posted, EveryDistinctPostOfEightThreadsIsShownOnce)
             ++seen[text.substr(at, text.find('>', at) - at)];
         }
     }
-    EXPECT_EQ(seen.size(), size_t{kThreads} * kPosts);
+    EXPECT_EQ(seen.size(), size_t{kThreads} * kRounds);
     for (const auto& [token, times] : seen) ASSERT_EQ(times, 1) << token;
     EXPECT_EQ(U_GetNumPostedErrors(), 0);
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(heard, kThreads * kRounds / 3);
+    EXPECT_EQ(CountedErrors(), kThreads * kRounds / 3);
 }
 
 }  // namespace
