@@ -5,27 +5,7 @@
 
 namespace {
 
-class Startup : public Stage {
-  public:
-    static bool Has(MVPlugin* plugin, int bits) { return (plugin->state & bits) == bits; }
-
-    // A plug-in that needs a suite of API version 1 to start.
-    MVPlugin* AddNeedy(MVAdapter* adapter, const char* name, const char* suite, int32_t internal = 0)
-    {
-        return AddServed(adapter, name, [suite, internal](const Call& call) {
-            const void* procs = nullptr;
-            return call.Is("Startup") ? MVAcquireSuite(nullptr, suite, 1, internal, &procs) : 0;
-        });
-    }
-
-    MVPlugin* AddProvider(MVAdapter* adapter, const char* name, const char* suite)
-    {
-        return AddServed(adapter, name, [suite](const Call& call) {
-            return call.Is("Startup") ? MVAddSuite(nullptr, call.Data().self, suite, 1, 1, "table", nullptr)
-                                      : 0;
-        });
-    }
-};
+using Startup = Stage;
 
 TEST_F(Startup, GoesInTheOrderOfMarks)
 {
@@ -38,8 +18,7 @@ TEST_F(Startup, GoesInTheOrderOfMarks)
     Add("host", {}, kEarly);
     AddServed(adapter, "early and exports", {}, kEarly | kExports);
     AddServed(adapter, "exports", {}, kExports);
-    MVPlugin* held = AddServed(adapter, "held back");
-    mvSet(held, kStateHeldBack, true);
+    mvSet(AddServed(adapter, "held back"), kStateHeldBack, true);
     ASSERT_EQ(MVStartupPlugins(), 0);
     // Each pass moves to the head and turns round what it moves; the last added stood first.
     EXPECT_EQ(Took("Startup"), (Lines{"Text", "host", "stays", "exports and stays", "exports",
@@ -50,8 +29,7 @@ TEST_F(Startup, AsksTheHostBeforeThePlainOnesAndAtTheEnd)
 {
     for (const int refusal : {0, 1, 2}) {
         SCOPED_TRACE(refusal);
-        MVTerm();
-        ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
+        Restart();
         log.clear();
         MVAdapter* adapter = AddAdapter("Text");
         AddServed(adapter, "plain");
@@ -74,8 +52,7 @@ TEST_F(Startup, CanBeHeldByTheHost)
     EXPECT_EQ(Took("Startup"), Lines{"second"});
     addPlugins = [] { return 99; };
     EXPECT_EQ(MVStartupPlugins(), 99);
-    MVTerm();
-    ASSERT_EQ(MVInit(nullptr, nullptr, nullptr), 0);
+    Restart(nullptr);
     EXPECT_EQ(MVStartupPlugins(), 0) << "no plug-ins, no folder, default procs";
 }
 
@@ -83,32 +60,30 @@ TEST_F(Startup, CanBeHeldByTheHost)
 
 TEST_F(Startup, TriesAgainWhenANeededSuiteAppears)
 {
+    const auto both = [](Act first, Act second) {
+        return [=](const Call& call) {
+            const int missing = first(call);
+            return missing ? missing : second(call);
+        };
+    };
+    const auto tolerant = [](Act act) { return [=](const Call& call) { return act(call), 0; }; };
     MVAdapter* adapter = AddAdapter("Text");
-    AddProvider(adapter, "provides B", "B");
-    AddProvider(adapter, "provides C", "C");
-    MVPlugin* needsC = AddNeedy(adapter, "needs C", "C");
-    MVPlugin* chain = AddServed(adapter, "needs B, gives A", [](const Call& call) {
-        const void* procs = nullptr;
-        if (!call.Is("Startup")) return 0;
-        const Err error = MVAcquireSuite(nullptr, "B", 1, 0, &procs);
-        return error ? error : MVAddSuite(nullptr, call.Data().self, "A", 1, 1, "table", nullptr);
-    });
-    MVPlugin* needsA = AddNeedy(adapter, "needs A", "A");
+    const auto announced = [&](const char* suite, const char* name, Act act) {
+        MVPlugin* plugin = AddServed(adapter, name, act);
+        MVAddSuite(nullptr, plugin, suite, 1, 1, nullptr, nullptr);
+        return plugin;
+    };
+    AddServed(adapter, "provides B", Publishes("B"));
+    AddServed(adapter, "provides C", Publishes("C"));
     // Announced by those that have to wait, or are in the middle of their start: not now, but no failure either.
-    MVAddSuite(nullptr, chain, "A", 1, 1, nullptr, nullptr);
-    MVPlugin* needsX = AddNeedy(adapter, "needs X, announced Y", "X");
-    MVAddSuite(nullptr, needsX, "Y", 1, 1, nullptr, nullptr);
-    MVPlugin* givesX = AddServed(adapter, "may use Y, gives X", [](const Call& call) {
-        const void* procs = nullptr;
-        if (!call.Is("Startup")) return 0;
-        MVAcquireSuite(nullptr, "Y", 1, 0, &procs);
-        return MVAddSuite(nullptr, call.Data().self, "X", 1, 1, "table", nullptr);
-    });
-    MVAddSuite(nullptr, givesX, "X", 1, 1, nullptr, nullptr);
-    MVPlugin* needsNever = AddNeedy(adapter, "needs another version of C", "C", 9);
+    MVPlugin* const fine[] = {
+        AddServed(adapter, "needs C", Needs("C")),
+        announced("A", "needs B, gives A", both(Needs("B"), Publishes("A"))),
+        AddServed(adapter, "needs A", Needs("A")), announced("Y", "needs X, announced Y", Needs("X")),
+        announced("X", "may use Y, gives X", both(tolerant(Needs("Y")), Publishes("X")))};
+    MVPlugin* needsNever = AddServed(adapter, "needs another version of C", Needs("C", 9));
     ASSERT_EQ(MVStartupPlugins(), 0);
-    for (MVPlugin* plugin : {needsC, chain, needsA, needsX, givesX})
-        EXPECT_EQ(plugin->state, kStateStarted | kStateComplete) << plugin->name;
+    for (MVPlugin* plugin : fine) EXPECT_EQ(plugin->state, kStateStarted | kStateComplete) << plugin->name;
     EXPECT_EQ(needsNever->state, 0) << "neither started nor broken";
     EXPECT_LE(log.size(), 100u);
 }
@@ -116,13 +91,11 @@ TEST_F(Startup, TriesAgainWhenANeededSuiteAppears)
 TEST_F(Startup, EndsThoughOnePublishesAtEachTry)
 {
     int32_t version = 0;
-    Add("endless", [&](const Call& call) {
-        const void* procs = nullptr;
-        if (!call.Is("Startup")) return 0;
-        const Err missing = MVAcquireSuite(nullptr, "A", 1, ++version, &procs);
-        MVAddSuite(nullptr, call.Data().self, "A", 1, version, "table", nullptr);
-        return missing;
-    });
+    Add("endless", On("Startup", [&](const Call& call) {
+            const int missing = Needs("A", ++version)(call);
+            MVAddSuite(nullptr, call.Data().self, "A", 1, version, "table", nullptr);
+            return missing;
+        }));
     EXPECT_EQ(MVStartupPlugins(), 0);
     EXPECT_EQ(version, 2);
 }
@@ -134,45 +107,33 @@ TEST_F(Startup, BreaksWhatFailsOtherwise)
         std::function<int()> start;
         int state;
         bool told;
-    } rows[] = {{"fine", [] { return 0; }, kStateStarted | kStateComplete, false},
-                {"result", [] { return 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, false},
-                {"code", []() -> int { throw 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, true},
-                {"missing suite", [] { return MV_Err_SUITE_NOT_FOUND; }, 0, false},
-                {"missing suite as a code", []() -> int { throw static_cast<int>(MV_Err_SUITE_NOT_FOUND); },
-                 0, true}};
+        int marks = kPlain;
+    } rows[] = {
+        {"fine", [] { return 0; }, kStateStarted | kStateComplete, false},
+        {"skips", [] { return 0; }, kStateStarted | kStateComplete | kStateSkipShutdown, false, kSkip},
+        {"result", [] { return 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, false},
+        {"code", []() -> int { throw 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, true},
+        {"missing suite", [] { return MV_Err_SUITE_NOT_FOUND; }, 0, false},
+        {"missing suite as a code", []() -> int { throw int{MV_Err_SUITE_NOT_FOUND}; }, 0, true}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         log.clear();
-        MVPlugin* plugin =
-            Add(row.name, [&row](const Call& call) { return call.Is("Startup") ? row.start() : 0; });
+        MVPlugin* plugin = Add(row.name, On("Startup", row.start), row.marks);
         startupMarshVetchPlugin(plugin);
         EXPECT_EQ(plugin->state, row.state);
         EXPECT_EQ(log.front(), std::string("starts ") + row.name);
         EXPECT_EQ(log.back().starts_with("failed"), row.told);
     }
-    MVPlugin* skipping = Add("skipping", {}, kSkip);
-    startupMarshVetchPlugin(skipping);
-    EXPECT_EQ(skipping->state, kStateStarted | kStateComplete | kStateSkipShutdown);
 }
 
 // --- Adapters ----------------------------------------------------------------------------------------------
 
 TEST_F(Startup, LetsAdaptersRegisterFirst)
 {
-    Add(
-        "Text",
-        [this](const Call& call) {
-            if (!call.Is("Register plugins")) return 0;
-            MVAdapter* served = AddAdapter("Served");
-            AddServed(served, "Poem");
-            return 0;
-        },
+    Add("Text", On("Register plugins", [this] { return AddServed(AddAdapter("Served"), "Poem") == nullptr; }),
         kAdapts);
-    Add(
-        "Broken adapter", [](const Call& call) { return call.Is("Startup") ? 3 : 0; }, kAdapts);
-    Add(
-        "Throwing adapter", [](const Call& call) { return call.Is("Register plugins") ? throw 4 : 0; },
-        kAdapts);
+    Add("Broken adapter", On("Startup", 3), kAdapts);
+    Add("Throwing adapter", On("Register plugins", []() -> int { throw 4; }), kAdapts);
     ASSERT_EQ(MVStartupPlugins(), 0);
     EXPECT_EQ(Took("Register plugins"), (Lines{"Throwing adapter", "Text"}));
     EXPECT_EQ(Took("4"), Lines{"failed"});
@@ -182,8 +143,7 @@ TEST_F(Startup, LetsAdaptersRegisterFirst)
 TEST_F(Startup, TellsV1AdaptersAtTheEnd)
 {
     MVAdapter* good = AddAdapter("Old", MV_Adapter_V1);
-    MVAdapter* bad =
-        AddAdapter("Older", MV_Adapter_V1, [](const Call& call) { return call.Is("Start up") ? 6 : 0; });
+    MVAdapter* bad = AddAdapter("Older", MV_Adapter_V1, On("Start up", 6));
     MVPlugin* plugin = AddServed(good, "Grain", {}, kStays | kExports);
     int32_t started = 1;
     ASSERT_EQ(MVStartupPlugins(), 0);
@@ -193,7 +153,6 @@ TEST_F(Startup, TellsV1AdaptersAtTheEnd)
     EXPECT_EQ(good->count, 1);
     EXPECT_EQ(bad->count, 0);
     EXPECT_EQ(log.back(), "Old Start up");
-    log.clear();
     EXPECT_EQ(MVShutdownPlugins(), 0);
     EXPECT_EQ(Took("Shut down"), Lines{"Old"}) << "only those that starts went through";
 }
@@ -225,8 +184,8 @@ TEST_F(Startup, IsUndoneByShutdown)
     MVPlugin* held = AddServed(adapter, "held");
     AddServed(adapter, "idle");
     AddServed(adapter, "skips", {}, kSkip);
-    AddServed(adapter, "broken", [](const Call& call) { return call.Is("Startup") ? 1 : 0; });
-    AddNeedy(adapter, "waits", "Nothing");
+    AddServed(adapter, "broken", On("Startup", 1));
+    AddServed(adapter, "waits", Needs("Nothing"));
     ASSERT_EQ(MVStartupPlugins(), 0);
     MVAccess* access = nullptr;
     ASSERT_EQ(MVAcquirePlugin(held, &access), 0);
@@ -236,7 +195,7 @@ TEST_F(Startup, IsUndoneByShutdown)
     EXPECT_EQ(Took("Shutdown"), (Lines{"Text", "idle", "held"}));
     EXPECT_EQ(Took("Unload 2"), (Lines{"Text", "skips", "idle"})) << "nobody holds these";
     EXPECT_EQ(CountOf(held), 1);
-    EXPECT_FALSE(Has(held, kStateStarted));
+    EXPECT_FALSE(mvHas(held, kStateStarted));
     log.clear();
     EXPECT_EQ(MVStartupPlugins(), 0) << "and may start again";
     EXPECT_EQ(Took("Startup"), (Lines{"Text", "waits", "skips", "idle", "held"}));
@@ -245,26 +204,21 @@ TEST_F(Startup, IsUndoneByShutdown)
 TEST_F(Startup, ShutsDownBehindAnAdapterThatFails)
 {
     Err code = 0;
-    MVAdapter* adapter = AddAdapter(
-        "Text", 0, [&](const Call& call) { return call.Is("Shut down") && code ? throw code : 0; });
-    const struct {
-        Err thrown, given;
-        size_t shutDown;
-    } rows[] = {{0, 0, 2}, {MV_Err_IN_ACCESS_CALL, 0, 2}, {13, 13, 2}};
-    AddServed(adapter, "Poem");
-    for (const auto& row : rows) {
-        ASSERT_EQ(MVStartupPlugins(), 0);
+    const Act end = On("Shut down", [&] { return code ? throw code : 0; });
+    AddServed(AddAdapter("Text", 0, end), "Poem");
+    const auto shutDown = [&](Err itsCode) {
+        code = itsCode;
+        EXPECT_EQ(MVStartupPlugins(), 0);
         log.clear();
-        code = row.thrown;
-        EXPECT_EQ(MVShutdownPlugins(), row.given);
-        EXPECT_EQ(Took("Shutdown").size(), row.shutDown);
+        return MVShutdownPlugins();
+    };
+    for (const auto& [itsCode, given] : {std::pair{0, 0}, {MV_Err_IN_ACCESS_CALL, 0}, {13, 13}}) {
+        EXPECT_EQ(shutDown(itsCode), given);
+        EXPECT_EQ(Took("Shutdown"), (Lines{"Text", "Poem"}));
     }
     // A code of a plug-in's own call ends the walk.
-    Add(
-        "Thrower", [](const Call& call) { return call.Is("Shutdown") ? throw 14 : 0; }, kPlain);
-    ASSERT_EQ(MVStartupPlugins(), 0);
-    code = 0;
-    EXPECT_EQ(MVShutdownPlugins(), 14);
+    Add("Thrower", On("Shutdown", []() -> int { throw 14; }));
+    EXPECT_EQ(shutDown(0), 14);
 }
 
 }  // namespace

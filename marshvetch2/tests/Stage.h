@@ -30,6 +30,38 @@ struct Call {
 /// What a plug-in does; its result is the plug-in's own.
 using Act = std::function<int(const Call&)>;
 
+/// An act that has an answer to one selector, a value or a callable, and 0 to all others.
+template <class Answer>
+Act On(std::string selector, Answer answer)
+{
+    return [selector, answer](const Call& call) -> int {
+        if (!call.Is(selector)) return 0;
+        if constexpr (std::is_invocable_v<const Answer&, const Call&>)
+            return answer(call);
+        else if constexpr (std::is_invocable_v<const Answer&>)
+            return answer();
+        else
+            return answer;
+    };
+}
+
+/// The act of a plug-in that publishes a suite, API version 1, when it starts.
+inline Act Publishes(const char* suite, const void* procs = "table")
+{
+    return On("Startup", [suite, procs](const Call& call) {
+        return MVAddSuite(nullptr, call.Data().self, suite, 1, 1, procs, nullptr);
+    });
+}
+
+/// The act of a plug-in that needs one to start.
+inline Act Needs(const char* suite, int32_t internal = 0)
+{
+    return On("Startup", [suite, internal] {
+        const void* procs = nullptr;
+        return MVAcquireSuite(nullptr, suite, 1, internal, &procs);
+    });
+}
+
 /// Property flags of `Stage::Properties`.
 enum Mark { kPlain = 0, kEarly = 1, kSkip = 2, kExports = 4, kStays = 8, kAdapts = 16 };
 
@@ -86,7 +118,12 @@ class Stage : public qltest::Library {
         return access ? access->count : -1;
     }
 
-    Lines TakeLog() { return std::exchange(log, {}); }
+    /// Ends the runtime and begins another, without plug-ins.
+    void Restart(const MVHostProcs* procs = &kProcs)
+    {
+        ASSERT_EQ(MVTerm(), 0);
+        ASSERT_EQ(MVInit(procs, this, nullptr), 0);
+    }
 
     /// The names of those lines of the log that end in a selector.
     Lines Took(const std::string& selector)

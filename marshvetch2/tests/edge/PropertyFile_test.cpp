@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -11,7 +10,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "FailingAllocator.h"
 #include "MVPropertySection.h"
@@ -57,53 +56,49 @@ struct Parsed {
 const std::string kTwo =
     Head(2) + Property("CRVNname", 0, 5, "Blur\0\0\0\0"s) + Property("abcdStsP", ~0u, 0, "");
 
-struct Row {
-    const char* name;
+// What is wrong with a section, in a part of the words; null for nothing.
+const struct {
     std::string section;
-    const char* reason;  // part of it; null when it is a property list
+    const char* reason;
+} kSections[] = {
+    {Head(0), nullptr},
+    {Head(0) + "\0\0\0\0\0"s, nullptr},
+    {kTwo + "\0x"s, "behind"},
+    {"LPVM" + kTwo.substr(4), "begin"},
+    {Head(0, 2), "version"},
+    {Head(3) + kTwo.substr(12), "inside a property"},
+    {Head(1025) + kTwo.substr(12), "more than 1024"},
+    {Head(1) + kTwo.substr(12), "behind"},
+    {Head(1) + Property("CRVNname", 0, 9, "Blur\0\0\0\0"s), "longer"},
+    {Head(1) + Property("CRVNname", 0, ~0u, "Blur"), "longer"},
+    {Head(1) + Property("CRVNname", 0, 5, "Blur\0x\0\0"s), "padding"},
+    {Head(2) + Property("CRVNabcd", 1, 0, "") + Property("CRVNabcd", 1, 0, ""), "twice"},
 };
 
-class PropertySection : public qltest::Library, public testing::WithParamInterface<Row> {};
-TEST_P(PropertySection, SaysWhyNot)
-{
-    const Parsed parsed{GetParam().section};
-    if (GetParam().reason) {
-        ASSERT_NE(parsed.reason, nullptr);
-        EXPECT_NE(std::string{parsed.reason}.find(GetParam().reason), std::string::npos) << parsed.reason;
-    } else {
-        EXPECT_STREQ(parsed.reason, nullptr);
-    }
-}
-INSTANTIATE_TEST_SUITE_P(
-    Sections, PropertySection,
-    testing::Values(Row{"Empty", Head(0), nullptr}, Row{"TrailingZeros", Head(0) + "\0\0\0\0\0"s, nullptr},
-                    Row{"Trailing", kTwo + "\0x"s, "behind"}, Row{"Magic", "LPVM" + kTwo.substr(4), "begin"},
-                    Row{"Version", Head(0, 2), "version"},
-                    Row{"CountTooHigh", Head(3) + kTwo.substr(12), "inside a property"},
-                    Row{"CountBeyondAll", Head(1025) + kTwo.substr(12), "more than 1024"},
-                    Row{"CountTooLow", Head(1) + kTwo.substr(12), "behind"},
-                    Row{"Length", Head(1) + Property("CRVNname", 0, 9, "Blur\0\0\0\0"s), "longer"},
-                    Row{"LengthThatWraps", Head(1) + Property("CRVNname", 0, ~0u, "Blur"), "longer"},
-                    Row{"Padding", Head(1) + Property("CRVNname", 0, 5, "Blur\0x\0\0"s), "padding"},
-                    Row{"Twice", Head(2) + Property("CRVNabcd", 1, 0, "") + Property("CRVNabcd", 1, 0, ""),
-                        "twice"}),
-    [](const auto& row) { return std::string(row.param.name); });
+using PropertySection = qltest::Library;
 
-using PropertySectionBytes = qltest::Library;
-TEST_F(PropertySectionBytes, AreTakenAsTheyStand)
+TEST_F(PropertySection, SaysWhatIsWrong)
+{
+    for (const auto& row : kSections) {
+        SCOPED_TRACE(&row - kSections);
+        const Parsed parsed{row.section};
+        ASSERT_EQ(parsed.reason != nullptr, row.reason != nullptr);
+        EXPECT_TRUE(!row.reason || std::string_view{parsed.reason}.find(row.reason) != std::string::npos);
+    }
+    for (size_t size = 0; size < kTwo.size(); ++size)
+        EXPECT_NE(Parsed{kTwo.substr(0, size)}.reason, nullptr) << size;
+}
+
+TEST_F(PropertySection, IsTakenAsItStands)
 {
     const Parsed parsed{kTwo};
     ASSERT_EQ(parsed.reason, nullptr);
-    const MVProperty* name = nullptr;
-    const MVProperty* stays = nullptr;
+    const MVProperty *name = nullptr, *stays = nullptr;
     MVFindProperty(parsed.list, MV_VENDOR, MV_CODE('n', 'a', 'm', 'e'), 0, &name);
     MVFindProperty(parsed.list, MV_CODE('a', 'b', 'c', 'd'), MV_Key_STAYS, -1, &stays);
     ASSERT_TRUE(name && stays);
     EXPECT_EQ(std::string(static_cast<const char*>(name->data), name->size), "Blur\0"s);
     EXPECT_EQ(stays->size, 0u);
-    for (size_t size = 0; size < kTwo.size(); ++size) {
-        EXPECT_NE(Parsed{kTwo.substr(0, size)}.reason, nullptr) << size;
-    }
 }
 
 // A real plug-in, spoiled in a copy.
@@ -160,25 +155,10 @@ class PropertyFile : public qltest::Library {
 TEST_F(PropertyFile, CutAnywhereIsRefused)
 {
     EXPECT_EQ(Reason(m_good), "");
-    const auto* header = reinterpret_cast<const Elf64_Ehdr*>(m_good.data());
-    const auto* sections = reinterpret_cast<const Elf64_Shdr*>(m_good.data() + header->e_shoff);
-    std::vector<size_t> cuts{0, 1, 3, 4, 15, 16, 52, 63, 64, m_good.size() - 1};
-    for (int i = 0; i < header->e_shnum; ++i) {
-        const size_t edge = sections[i].sh_offset;
-        const size_t end = edge + (sections[i].sh_type == SHT_NOBITS ? 0 : sections[i].sh_size);
-        const size_t row = header->e_shoff + i * sizeof *sections;
-        for (const size_t cut : {edge - 1, edge, edge + 1, end - 1, end, end + 1, row - 1, row, row + 1}) {
-            if (cut < m_good.size()) cuts.push_back(cut);
-        }
-    }
-    std::sort(cuts.begin(), cuts.end());
-    cuts.erase(std::unique(cuts.begin(), cuts.end()), cuts.end());
-    for (const size_t cut : cuts) EXPECT_NE(Reason(m_good.substr(0, cut)), "") << cut;
-    for (const char* text : {"", "#!/bin/sh\n",
-                             "\x7f"
-                             "ELF",
-                             "!<arch>\n"})
-        EXPECT_NE(Reason(text), "") << text;
+    for (size_t cut = 0; cut < m_good.size(); cut += cut < sizeof(Elf64_Ehdr) ? 1 : 97)
+        EXPECT_NE(Reason(m_good.substr(0, cut)), "") << cut;
+    EXPECT_NE(Reason(m_good.substr(0, m_good.size() - 1)), "");
+    for (const char* text : {"", "#!/bin/sh\n", "\177ELF", "!<arch>\n"}) EXPECT_NE(Reason(text), "") << text;
 }
 
 TEST_F(PropertyFile, LiesInHeadersAreFound)
