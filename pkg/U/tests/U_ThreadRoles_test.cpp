@@ -1,6 +1,5 @@
 #include "U.h"
 
-#include <atomic>
 #include <barrier>
 #include <thread>
 
@@ -35,72 +34,55 @@ const Role kRoles[] = {
      false},
 };
 
-bool OnAnotherThread(bool (*question)())
-{
-    bool answer = false;
-    std::thread([&] { answer = question(); }).join();
-    return answer;
-}
-
-TEST(ThreadRoles, AreTheCallersAndAddUp)
-{
-    for (const Role& role : kRoles) {
-        EXPECT_FALSE(role.isOn()) << role.name;
-        role.enter();
-        role.enter();
-        EXPECT_TRUE(role.isOn()) << role.name;
-        EXPECT_FALSE(OnAnotherThread(role.isOn)) << role.name;
-        role.leave();
-        EXPECT_EQ(role.isOn(), role.many) << role.name;
-        if (role.many) role.leave();
-        EXPECT_FALSE(role.isOn()) << role.name;
-    }
-    EXPECT_EQ(U_PSLThreadID(), ~0ul);
-    EXPECT_TRUE(U_IsOnUIThread());
-}
-
-TEST(ThreadRoles, ALaterPSLThreadReplacesTheFormer)
-{
-    U_RegisterPSLThread();
-    std::thread([] { U_RegisterPSLThread(); }).join();
-    EXPECT_FALSE(U_IsOnPSLThread());
-    EXPECT_NE(U_PSLThreadID(), ~0ul);
-    U_DeregisterPSLThread();
-}
-
-TEST(ThreadRoles, OthersAreRegisteredByIdAndTheTopTwoIdsMeanTheCaller)
-{
-    U_RegisterMainThread(4242);
-    EXPECT_TRUE(U_IsMainThreadID(4242));
-    EXPECT_FALSE(U_IsOnMainThread());
-    U_RegisterMainThread(~0ul - 1);
-    EXPECT_TRUE(U_IsOnMainThread());
-    U_DeregisterMainThread();
-    EXPECT_TRUE(U_IsMainThreadID(4242));
-    std::mutex mutex;
-    std::vector<unsigned long> threads;
-    Up_RegisterThread(mutex, threads, ~0ul);
-    EXPECT_EQ(threads, std::vector<unsigned long>{U_GetCurrentThreadID()});
-}
-
-TEST(ThreadRoles, TraceUnderTheRegisteringFunctionsName)
+TEST(ThreadRoles, AreTheCallersAndAddUpAndAreTraced)
 {
     static std::vector<std::string> s_lines;
     zvkcore::debug::SetTraceLevel("U_THREADS", 6);
     zvkcore::debug::SetTraceSink([](int level, std::string_view channel, std::string_view text) {
         s_lines.push_back(std::to_string(level) + " " + std::string(channel) + " " + std::string(text));
     });
-    const std::string id = std::to_string(U_GetCurrentThreadID());
     for (const Role& role : kRoles) {
+        SCOPED_TRACE(role.name);
         s_lines.clear();
+        EXPECT_FALSE(role.isOn());
         role.enter();
+        role.enter();
+        EXPECT_TRUE(role.isOn());
+        std::thread([&] { EXPECT_FALSE(role.isOn()) << "another thread"; }).join();
         role.leave();
-        const std::string head = std::string("6 U_THREADS ") + role.name;
-        EXPECT_EQ(s_lines, (std::vector<std::string>{head + " registered " + id + role.text + "\n",
-                                                     head + " removed " + id + role.text + "\n"}));
+        EXPECT_EQ(role.isOn(), role.many);
+        if (role.many) role.leave();
+        EXPECT_FALSE(role.isOn());
+        // A deregistration is traced under the registering function's name.
+        const std::string id = std::to_string(U_GetCurrentThreadID());
+        EXPECT_EQ(s_lines.front(),
+                  std::string("6 U_THREADS ") + role.name + " registered " + id + role.text + "\n");
+        EXPECT_EQ(s_lines.back(),
+                  std::string("6 U_THREADS ") + role.name + " removed " + id + role.text + "\n");
     }
     zvkcore::debug::SetTraceSink({});
     zvkcore::debug::ResetTraceLevels();
+    EXPECT_TRUE(U_IsOnUIThread());
+}
+
+TEST(ThreadRoles, OthersAreRegisteredByIdOrReplaceTheFormer)
+{
+    EXPECT_EQ(U_PSLThreadID() & U_PRThreadID(), ~0ul);
+    U_RegisterPSLThread();
+    std::thread([] { U_RegisterPSLThread(); }).join();
+    EXPECT_FALSE(U_IsOnPSLThread());
+    EXPECT_NE(U_PSLThreadID(), ~0ul);
+    U_DeregisterPSLThread();
+
+    U_RegisterMainThread(4242);
+    EXPECT_TRUE(U_IsMainThreadID(4242));
+    EXPECT_FALSE(U_IsOnMainThread());
+    for (const unsigned long caller : {~0ul, ~0ul - 1}) {
+        U_RegisterMainThread(caller);
+        EXPECT_TRUE(U_IsOnMainThread());
+        U_DeregisterMainThread();
+    }
+    EXPECT_TRUE(U_IsMainThreadID(4242));
 }
 
 TEST(ThreadRoles, OnlyAnAbsentRenderThreadTripsTheAssertion)
@@ -139,25 +121,21 @@ TEST(ThreadRoles, HoldUnderContention)
 {
     constexpr int kThreads = 8;
     std::barrier start(kThreads);
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int at = 0; at < kThreads; ++at) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            for (int round = 0; round < 300; ++round) {
-                U_RenderThreadRegistration outer;
-                {
-                    U_RenderThreadRegistration inner;
-                    U_InterFrameRenderThreadRegistration interFrame;
-                    wrong += !U_IsOnInterFrameRenderThread();
-                }
-                wrong += !U_IsOnRenderThread() || U_IsOnInterFrameRenderThread();
+    const auto body = [&] {
+        start.arrive_and_wait();
+        for (int round = 0; round < 300; ++round) {
+            U_RenderThreadRegistration outer;
+            {
+                U_RenderThreadRegistration inner;
+                U_InterFrameRenderThreadRegistration interFrame;
+                EXPECT_TRUE(U_IsOnInterFrameRenderThread());
             }
-            wrong += U_IsOnRenderThread();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(wrong, 0);
+            EXPECT_TRUE(U_IsOnRenderThread() && !U_IsOnInterFrameRenderThread());
+        }
+        EXPECT_FALSE(U_IsOnRenderThread());
+    };
+    std::vector<std::jthread> threads;
+    for (int at = 0; at < kThreads; ++at) threads.emplace_back(body);
 }
 
 TEST(MaxNumThreads, ScalesTruncatesAndCaps)
