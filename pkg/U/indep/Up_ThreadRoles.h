@@ -23,5 +23,7 @@ constexpr int32_t Up_CapThreadCount(int32_t cpus)
 
 static_assert(Up_ScaleThreadCount(8, 160) == 12 && Up_ScaleThreadCount(10, 160) == 16);
 static_assert(Up_ScaleThreadCount(64, 160) == 102 && Up_CapThreadCount(64) == 32);
+static_assert(Up_ScaleThreadCount(3, -50) == -1, "truncates toward zero");
+static_assert(Up_ScaleThreadCount(8, INT32_MAX) == 0, "-8 over 100: a hostile key wraps and is no fault");
 
 #endif

@@ -11,8 +11,6 @@ using qltest::kGiB;
 using qltest::kMiB;
 using qltest::TraceLines;
 
-constexpr const char* kTag = "MAKE_ROOM_FOR_BLOCK";
-
 class Purging : public qltest::Memory {
   protected:
     static void AllocateLarge() { U_FreePtr(U_AllocatePtr(1, "frame", kMiB)); }
@@ -28,84 +26,44 @@ class Purging : public qltest::Memory {
 // Every way in which a purge ends: what the host was asked for on the way, and the last words.
 TEST_F(Purging, EndsInItsWay)
 {
+    TraceLines lines;
+    const auto lastWords = [&](uint64_t request, bool recycled) {
+        Up_MakeRoomForBlock(request, recycled);
+        return lines.With("MAKE_ROOM_FOR_BLOCK ").back().substr(sizeof "MAKE_ROOM_FOR_BLOCK");
+    };
     const std::string under = "DONE. Under threshold with inUse=";
     const std::string nothing = "DONE. Purge not freeing anything (but maybe recycled memory), recycled=";
-    struct Row {
-        const char* name;
-        uint64_t request;
-        bool recycled;
-        int64_t cache, step;
-        int answer;
-        bool givesUpPool;
-        uint64_t pool;  // in the recycler; it counts as used, unless the request is a recycled one
-        std::vector<Asked> asked;
-        std::string words;
-        uint64_t poolLeft;
-    };
-    // The pool's blocks go whole: those of the sizes below are granted as they stand.
-    const uint64_t pool = 8 * kMiB + kMiB / 2;
-    for (const Row& row : {
-             Row{"UnderTheThreshold",
-                 5 * kMiB,
-                 true,
-                 10 * kMiB,
-                 2 * kMiB,
-                 0,
-                 false,
-                 0,
-                 {{5 * kMiB, 5 * kMiB}, {5 * kMiB, 3 * kMiB}, {5 * kMiB, kMiB}},
-                 under,
-                 0},
-             Row{"NothingFreed", kMiB, false, kMiB, 0, 0, false, 0, {{kMiB, kMiB}}, nothing + "0\n", 0},
-             Row{"PoolIsFreeAnyway", kMiB, true, 0, 0, 0, true, pool, {{kMiB, kMiB}}, nothing + "1\n", pool},
-             Row{"HostSaysSo",
-                 4 * kMiB,
-                 false,
-                 10 * kMiB,
-                 kMiB,
-                 5,
-                 false,
-                 0,
-                 {{4 * kMiB, 4 * kMiB}},
-                 "Issuing Purge Request\tblock_request:\t4194304\tamt_to_purge:\t4194304\n",
-                 0},
-             // The cache goes in the first round; the second asks again, frees nothing, and takes the pool.
-             Row{"PoolGivenUp",
-                 12 * kMiB,
-                 false,
-                 10 * kMiB,
-                 10 * kMiB,
-                 0,
-                 true,
-                 pool,
-                 {{12 * kMiB, 12 * kMiB}, {12 * kMiB, 2 * kMiB}},
-                 under,
-                 0},
-             Row{"PoolTooSmall",
-                 kGiB,
-                 false,
-                 0,
-                 0,
-                 0,
-                 true,
-                 pool,
-                 {{kGiB, kGiB}},
-                 "DONE. Purge recycled not freeing anything\n",
-                 0},
-         }) {
-        SCOPED_TRACE(row.name);
-        U_PurgeRecycledMemory(UINT64_MAX);
-        if (row.pool != 0) {
-            ASSERT_EQ(FillPool(row.pool - 256), row.pool);
-        }
-        HostHas(row.cache, row.step, row.answer, row.givesUpPool);
-        SetRoom(row.recycled ? 0 : row.pool);
-        TraceLines lines;
-        Up_MakeRoomForBlock(row.request, row.recycled);
-        EXPECT_EQ(m_asked, row.asked);
-        EXPECT_EQ(lines.With(kTag).back().find(row.words), std::string(kTag).size() + 1);
-        EXPECT_EQ(U_GetRecycledMemorySize(), row.poolLeft);
-    }
+    HostHas(10 * kMiB, 2 * kMiB);
+    SetRoom(0);
+    const std::string words = lastWords(5 * kMiB, true);
+    EXPECT_TRUE(words.starts_with(under) && words.ends_with("request=5242880, recycled=1\n"));
+    EXPECT_EQ(m_asked, (std::vector<Asked>{{5 * kMiB, 5 * kMiB}, {5 * kMiB, 3 * kMiB}, {5 * kMiB, kMiB}}));
+
+    HostHas(kMiB, 0);
+    SetRoom(0);
+    EXPECT_EQ(lastWords(kMiB, false), nothing + "0\n");
+    EXPECT_EQ(m_asked.size(), 1u);
+
+    HostHas(10 * kMiB, kMiB, 5);  // its answer ends the purge
+    SetRoom(0);
+    EXPECT_EQ(lastWords(4 * kMiB, false),
+              "Issuing Purge Request\tblock_request:\t4194304\tamt_to_purge:\t4194304\n");
+
+    // A recycled block counts the pool as free, so there is nothing in it to take.
+    const uint64_t pool = FillPool(8 * kMiB);
+    HostHas(0, 0, 0, true);
+    SetRoom(0);
+    EXPECT_EQ(lastWords(kMiB, true), nothing + "1\n");
+    EXPECT_EQ(U_GetRecycledMemorySize(), pool);
+
+    // For others it counts as used. The cache goes in the first round; the second asks again, frees nothing, and
+    // leaves the rest to the pool, whose blocks go whole.
+    HostHas(10 * kMiB, 10 * kMiB, 0, true);
+    SetRoom(pool);
+    EXPECT_TRUE(lastWords(12 * kMiB, false).starts_with(under));
+    EXPECT_EQ(m_asked, (std::vector<Asked>{{12 * kMiB, 12 * kMiB}, {12 * kMiB, 2 * kMiB}}));
+    EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
+    EXPECT_EQ(lastWords(kGiB, false), "DONE. Purge recycled not freeing anything\n");
 }
 
 TEST_F(Purging, AimsPastTheRequest)
@@ -234,28 +192,6 @@ TEST_F(Purging, SignalsWhateverTheRequestIs)
     }
 }
 
-TEST_F(Purging, ForgetsTheHostAtTheEnd)
-{
-    HostHas(0, 0);
-    U_SetPurgeStatusCallback([]() -> U_PurgeableMemStatus { return 0; });
-    U_PurgeRequestCallback request = nullptr;
-    U_PurgeStatusCallback status = nullptr;
-    for (const bool alive : {true, false}) {
-        EXPECT_EQ(U_GetPurgeRequestCallback(&request), 0);
-        U_GetPurgeStatusCallback(&status);
-        EXPECT_EQ(request != nullptr, alive);
-        EXPECT_EQ(status != nullptr, alive);
-        if (alive) {
-            EXPECT_EQ(Up_TerminateMemorySubsystem(), 0);
-        }
-    }
-    unsigned long long size = 0;
-    EXPECT_EQ(U_PresumedAppSize(&size), 0);
-    EXPECT_EQ(U_PresumedAppSize(nullptr), 0);
-    EXPECT_EQ(size, 141'557'760u);
-    U_AccountAllocationEx(size, true);  // the death of the fixture takes it off again
-}
-
 // --- The preview range ---
 
 class Preview : public Purging {
@@ -272,6 +208,23 @@ class Preview : public Purging {
     static U_PurgeableMemStatus Status() { return s_status; }
     static inline U_PurgeableMemStatus s_status = 0;
 };
+
+TEST_F(Preview, ForgetsTheHostAtTheEnd)
+{
+    U_PurgeRequestCallback request = nullptr;
+    EXPECT_EQ(U_GetPurgeRequestCallback(&request), 0);
+    ASSERT_NE(request, nullptr);
+    U_SetPurgeStatusCallback(Status);
+    U_PurgeStatusCallback status = Status;
+    EXPECT_EQ(Up_TerminateMemorySubsystem(), 0);
+    EXPECT_EQ(U_GetPurgeRequestCallback(&request), 0);
+    U_GetPurgeStatusCallback(&status);
+    EXPECT_FALSE(request || status);
+    unsigned long long size = 0;
+    EXPECT_EQ(U_PresumedAppSize(&size) + U_PresumedAppSize(nullptr), 0);
+    EXPECT_EQ(size, 141'557'760u);
+    U_AccountAllocationEx(size, true);  // the death of the fixture takes it off again
+}
 
 TEST_F(Preview, AsksTheHostLast)
 {

@@ -9,6 +9,7 @@
 #include "zvkcore/debug/Assert.h"
 #include "zvkcore/debug/Trace.h"
 #include "zvkcore/debug/Trailmark.h"
+#include "zvkcore/utility/System.h"
 
 namespace {
 
@@ -138,15 +139,11 @@ TEST(ThreadRoles, HoldUnderContention)
     for (int at = 0; at < kThreads; ++at) threads.emplace_back(body);
 }
 
-TEST(MaxNumThreads, ScalesTruncatesAndCaps)
+TEST(MaxNumThreads, FollowTheCPUs)
 {
-    EXPECT_EQ(Up_ScaleThreadCount(3, 50), 1);
-    EXPECT_EQ(Up_ScaleThreadCount(3, -50), -1);
-    EXPECT_EQ(Up_ScaleThreadCount(8, INT32_MAX),
-              static_cast<int32_t>(8u * INT32_MAX) / 100);  // wraps, no fault
-    EXPECT_EQ(Up_CapThreadCount(32), 32);
-    EXPECT_GE(U_GetMaxNumThreads(), 1);
-    EXPECT_GE(U_GetMaxNumThreadsLegacy(), 1);
+    const int cpus = zvkcore::utility::CPUCount();
+    EXPECT_EQ(U_GetMaxNumThreads(), Up_ScaleThreadCount(cpus, 160));
+    EXPECT_EQ(U_GetMaxNumThreadsLegacy(), Up_CapThreadCount(cpus));
 }
 
 }  // namespace
