@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "Contend.h"
@@ -102,11 +103,12 @@ TYPED_TEST(BothContexts, HaveStatesFromTheFirstFactoryOfAName)
     TypeParam::RegisterState(name, make(2));
     const auto context = TypeParam::MakeNewContext();
     TypeParam::RegisterState(late, make(3));
-    ASSERT_TRUE(context->GetState(name));
-    EXPECT_EQ(1, static_cast<Mine&>(*context->GetState(name)).value);
+    const boost::shared_ptr<State> state = std::as_const(*context).GetState(name);
+    ASSERT_TRUE(state);
+    EXPECT_EQ(1, static_cast<Mine&>(*state).value);
     EXPECT_FALSE(context->GetState(late));
     for (const auto& gone : {late, name, name}) TypeParam::UnregisterState(gone);
-    EXPECT_TRUE(context->GetState(name));
+    EXPECT_EQ(state, context->GetState(name));
     EXPECT_FALSE(TypeParam::MakeNewContext()->GetState(name));
 
     const typename TypeParam::StateFactory broken[] = {
