@@ -18,8 +18,9 @@
 /// "mixed-int" becomes a mixed value, and one that merely begins with "mixed-" cannot be a value: making it
 /// throws.
 ///
-/// Ground rules. Every failure is a `boost::bad_any_cast`, besides `std::bad_alloc`. A value is not
-/// synchronised: copy it between threads. Trees of values are in U_AnyTree.h.
+/// Ground rules. Every failure is a `boost::bad_any_cast`, besides `std::bad_alloc` and what the conversions of
+/// U_String.h throw for multibyte text. A value is not synchronised: copy it between threads. Trees of values
+/// are in U_AnyTree.h.
 #ifndef U_ANY_H
 #define U_ANY_H
 

@@ -276,7 +276,8 @@ class U_EXPORT U_AnyTreeWrapper {
 
     /// Puts what the text holds into this tree; an empty text does nothing. The text is taken for one that
     /// `GetAs_JSON` wrote and is scanned, not checked: of `true`, `false` and `null` only the first character
-    /// counts, what begins like nothing else is a number, a missing colon or bracket ends a map.
+    /// counts, what begins like nothing else is a number, a missing colon or bracket ends a map. A number with
+    /// a point is a double and one without an integer, so 1e-5 is 0 and 1.0e-5 is not.
     ///
     /// throws  `boost::bad_any_cast` for a bad string, a bare magic word, a string that begins with "mixed-"
     ///         and is no magic word, and nesting beyond `kMaxDepth`, with the tree partly filled
@@ -288,7 +289,7 @@ class U_EXPORT U_AnyTreeWrapper {
     void SetFrom_JSON_HackRecoverMagicMixed(const U_UTF16String& text);
 
     /// The same for texts from strangers: only a JSON object is read, and the tree is as it was if anything
-    /// fails.
+    /// fails. All nodes are made anew: no wrapper that refers to one below this may be used afterwards.
     ///
     /// throws  `bad_uanytree_json` with the position of the first fault; `boost::bad_any_cast` as
     ///         `SetFrom_JSON` does

@@ -16,22 +16,25 @@ namespace {
 
 using zvkcore::string::UTF16View;
 
-constexpr bool IsBlank(unsigned short unit)
+// What stands where a text has ended. A character of the text can be any unit, zero too.
+constexpr int kEnd = -1;
+
+constexpr bool IsBlank(int unit)
 {
     return unit == ' ' || (unit >= '\t' && unit <= '\r');
 }
 
-constexpr bool IsOpening(unsigned short unit)
+constexpr bool IsOpening(int unit)
 {
     return unit == '{' || unit == '[';
 }
 
-constexpr bool IsClosing(unsigned short unit)
+constexpr bool IsClosing(int unit)
 {
     return unit == '}' || unit == ']';
 }
 
-constexpr bool IsSeparator(unsigned short unit)
+constexpr bool IsSeparator(int unit)
 {
     return unit == ',' || IsClosing(unit);
 }
@@ -77,11 +80,11 @@ class U_AnyTreeWrapper::JSONText {
   public:
     explicit JSONText(UTF16View text) : m_text(text) {}
 
-    /// The next character behind white space, 0 at the end.
-    unsigned short Next()
+    /// The next character behind white space, or kEnd.
+    int Next()
     {
         while (!m_text.empty() && IsBlank(m_text.front())) m_text.remove_prefix(1);
-        return m_text.empty() ? 0 : m_text.front();
+        return m_text.empty() ? kEnd : m_text.front();
     }
 
     void Drop() { m_text.remove_prefix(std::min<std::size_t>(m_text.size(), 1)); }
@@ -164,7 +167,7 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
 {
     text.Next();
     text.Drop();
-    while (const unsigned short first = text.Next()) {
+    for (int first = text.Next(); first != kEnd; first = text.Next()) {
         U_UTF16String key;
         if (!IsOpening(first)) {
             const View token = inArray ? View() : text.TakeKey();
@@ -177,7 +180,7 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
             if (!token.empty()) key = ParseKey(token);
         }
         const auto level = depth + 1 + std::count(key.begin(), key.end(), '.');
-        const unsigned short opening = text.Next();
+        const int opening = text.Next();
         if (level > kMaxDepth + (IsOpening(opening) ? 0 : 1)) throw boost::bad_any_cast();
         if (IsOpening(opening)) {
             U_AnyTreeWrapper child;
@@ -188,7 +191,7 @@ void U_AnyTreeWrapper::SetFrom_JSON_p(JSONText& text, bool inArray, int depth)
             U_Any value = ParseScalar(text.TakeScalar());
             inArray ? void(Up_AppendChild(*m_tree, key).data() = std::move(value)) : PutValue(key, value);
         }
-        const unsigned short last = text.Next();
+        const int last = text.Next();
         if (IsSeparator(last)) text.Drop();
         if (IsClosing(last)) return;
     }
