@@ -5,4 +5,5 @@ ql_package(U HEADERS headers INSTALL U_Any.h U_AnyTree.h U_ColorRGBA.h PRIVATE i
 
 ql_tests(U_values_tests SOURCES
   tests/ValuesGuide_test.cpp tests/U_AnyJSON_test.cpp tests/U_AnyTree_test.cpp tests/U_Any_test.cpp
+  ${PROJECT_SOURCE_DIR}/fuzz/json_round_trip.cpp
   LIBS ql_test_support)

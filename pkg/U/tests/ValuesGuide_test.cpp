@@ -9,16 +9,8 @@ using zvkcore::string::literals::operator""_u16;
 
 std::string g_log;
 std::size_t g_selected = 0;
-
-void Log(const char* text)
-{
-    g_log = text;
-}
-
-void Select(std::size_t position)
-{
-    g_selected = position;
-}
+const auto Log = [](const char* text) { g_log = text; };
+const auto Select = [](std::size_t position) { g_selected = position; };
 
 TEST(ValuesGuide, Values)
 {
