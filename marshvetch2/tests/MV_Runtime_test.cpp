@@ -45,43 +45,6 @@ TEST_F(Runtime, KeepsBlocksWithTheirDescriptions)
     EXPECT_EQ(MVFreeBlock(old), 0);
 }
 
-TEST_F(Runtime, KeepsPropertiesInTheirOrder)
-{
-    MVPropertyList* list = nullptr;
-    ASSERT_EQ(MVAllocatePropertyList(&list), 0);
-    EXPECT_EQ(MVAddProperty(list, 1, 2, 0, "abc", 4), 0);
-    EXPECT_EQ(MVAddProperty(list, 1, 2, 1, nullptr, 0), 0);
-    EXPECT_EQ(MVAddProperty(list, 1, 2, 0, "abc", 4), MV_Err_PARAMETER) << "it is there";
-    EXPECT_EQ(MVAddProperty(list, 1, 3, 0, nullptr, 4), MV_Err_PARAMETER);
-    const MVProperty* property = nullptr;
-    ASSERT_EQ(MVFindProperty(list, 1, 2, 0, &property), 0);
-    EXPECT_STREQ(static_cast<const char*>(property->data), "abc");
-    ASSERT_EQ(MVNextProperty(list, property, &property), 0);
-    EXPECT_EQ(property->id, 1);
-
-    MVPlugin* plugin = nullptr;
-    ASSERT_EQ(MVAddPlugin(nullptr, nullptr, list, "Grain", nullptr, nullptr, &plugin), 0);
-    EXPECT_EQ(MVFindPluginProperty(plugin, 1, 2, 1, &property), 0);
-    EXPECT_EQ(MVFindPluginProperty(plugin, 1, 9, 1, &property), MV_Err_NO_PROPERTY);
-}
-
-TEST_F(Runtime, ListsEachFileOnce)
-{
-    MVFileSpec *first = nullptr, *second = nullptr, *file = nullptr;
-    ASSERT_EQ(MVAddFile(nullptr, "a/grain.so", &first) | MVAddFile(nullptr, "a/.hidden", &second), 0);
-    ASSERT_EQ(MVAddFile(nullptr, "a/grain.so", &file), 0);
-    EXPECT_EQ(file, first);
-    EXPECT_EQ(MVSetFileReason(first, "too short"), 0);
-    EXPECT_EQ(sentences, Lines{"a/grain.so: too short"});
-    ASSERT_EQ(MVNextFile(nullptr, first, &file), 0);
-    EXPECT_EQ(file, second);
-    for (const auto& [path, name] : {std::pair{first, "grain"}, {second, ".hidden"}}) {
-        MVPlugin* plugin = nullptr;
-        ASSERT_EQ(MVAddPlugin(nullptr, path, nullptr, nullptr, nullptr, nullptr, &plugin), 0);
-        EXPECT_STREQ(plugin->name, name);
-    }
-}
-
 TEST_F(Runtime, KeepsListsOfTheHosts)
 {
     MVPluginList* list = nullptr;

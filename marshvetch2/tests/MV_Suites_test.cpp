@@ -199,14 +199,14 @@ TEST_F(Suites, AskAV1Adapter)
                    {1, nullptr, 0, 0},  // it has them from the answer before
                    {1, &kSecond, 0, 0}};
     const auto* answer = answers;
-    MVAdapter* adapter =
-        AddAdapter("Old", MV_Adapter_V1, On("Acquire Suite", [&](const Call& call) {
-                       auto& message = call.As<MVAdapterSuiteMessage>();
-                       EXPECT_TRUE(message.adapter && message.plugin && message.list && message.suite);
-                       message.found = answer->found;
-                       message.procs = answer->procs;
-                       return answer->result;
-                   }));
+    const auto acquire = [&](const Call& call) {
+        auto& message = call.As<MVAdapterSuiteMessage>();
+        EXPECT_TRUE(message.adapter && message.plugin && message.list && message.suite);
+        message.found = answer->found;
+        message.procs = answer->procs;
+        return answer->result;
+    };
+    MVAdapter* adapter = AddAdapter("Old", MV_Adapter_V1, On("Acquire Suite", acquire));
     AddSuite(AddServed(adapter, "Painter"), "Paint", 1, 1, nullptr);
     for (; answer != std::end(answers); ++answer) {
         SCOPED_TRACE(answer - answers);

@@ -60,9 +60,13 @@ TEST_F(PluginFolder, ListsByPathAndPassesOverTheRest)
     for (const char* name : {".hidden.so", "pipe.so", "circle/a.so"})
         EXPECT_EQ(Reason(m_folder / name), "is not listed") << name;
     EXPECT_EQ(Reports().size(), 1u);  // of the dangling link alone
+    EXPECT_EQ(debugged.back(), (m_folder / "z.so").native() + ": " + Reason(m_folder / "z.so"));
 
+    MVFileSpec* file = nullptr;
+    ASSERT_EQ(MVAddFile(nullptr, (m_folder / ".dot").c_str(), &file), 0);
+    ASSERT_EQ(MVAddPlugin(nullptr, file, nullptr, nullptr, nullptr, nullptr, nullptr), 0);
     ASSERT_EQ(MVAddPluginFolder(nullptr, m_folder.c_str()), 0);  // nothing is listed twice
-    EXPECT_EQ(Names().size(), 4u);
+    EXPECT_EQ(Names(), (Texts{".dot", "a", "b", "c", "no suffix"}));
     EXPECT_EQ(MVAddPluginFolder(nullptr, (m_folder / "absent").c_str()), MV_Err_PARAMETER);
     EXPECT_EQ(Reports().back().text, "QLTest warning: The plug-ins folder " + (m_folder / "absent").native() +
                                          " cannot be read: No such file or directory.");
