@@ -45,11 +45,8 @@ const Row kRows[] = {
     {"NegativeWithPlus", -1, U_FORMAT_PLUS_SIGN, 1, 0, "-1"},
     {"TwentyTwoCharacters", 1e21, 0, 1, 0, "1000000000000000000000"},
     {"TwentyThreeCharacters", 1e22, U_FORMAT_SEPARATORS | U_FORMAT_TRIM_ZEROS, 9, 0, "1.000000e+22"},
-    {"TwentyDecimals", 0.5, 0, 1, 20, "0.50000000000000000000"},
-    {"TwentyOneDecimals", 0.5, 0, 4, 21, "5.000000e-01"},
     {"Largest", -std::numeric_limits<double>::max(), 0, 1, 2, "-1.797693e+308"},
     {"OversizedLeft", 7.5, 0, 1000000000, 2, "0000000000000000000000000000000"},
-    {"OversizedRight", 7.5, 0, 1, 1000000000, "7.500000e+00"},
     {"SeparatorsCutTheNumber", 1234567890123456789.0, U_FORMAT_SEPARATORS, 24, 0,
      "000,001,234,567,890,123,456,768"},
     {"SignCutsTheNumber", -7.5, 0, 29, 2, "-00000000000000000000000000007."},
@@ -85,11 +82,9 @@ TEST(NumberText, AgreesWithPrintf)
 TEST(NumberText, FollowsTheNumberLocale)
 {
     ASSERT_TRUE(zvkcore::string::SetNumberLocale("de_DE"));
-    EXPECT_EQ(Format(-1234567.5, U_FORMAT_SEPARATORS, 1, 2), "-1.234.567,50");
     EXPECT_EQ(Format(-1234567.5, U_FORMAT_SEPARATORS | U_FORMAT_NO_INTL, 1, 2), "-1,234,567.50");
     EXPECT_EQ(U_SubString16(U_AsciiToUTF16String("^F1 ^F2@n@"), 2.5, 2.5), U_AsciiToUTF16String("2,5 2.50"));
     EXPECT_EQ(Scan("1.234,5 m", 0), 1);
-    EXPECT_EQ(Scan("1234,5 m", 0), 1234.5);
     EXPECT_EQ(Scan("1234.5", U_FORMAT_NO_INTL), 1234.5);
     std::string longText(1000, '1');
     EXPECT_EQ(U_InternationalizeNum(longText.data()), 0);
