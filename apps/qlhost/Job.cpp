@@ -33,7 +33,10 @@ class JobFile : public CLI::Config {
         } catch (const bad_uanytree_json& fault) {
             Refuse(fault.what());
         } catch (const boost::bad_any_cast&) {
-            Refuse("it nests too deeply, or a text begins with \"mixed-\"");
+            const std::size_t word = text.find("\"mixed-");
+            Refuse(word == std::string::npos ? "it nests too deeply"
+                                             : "no text may begin with \"mixed-\", as the one at " +
+                                                   std::to_string(word) + " does");
         }
         std::vector<CLI::ConfigItem> items;
         job.for_each([&](int, const U_UTF16String& key, const U_Any& value, const U_AnyTreeWrapper&) {

@@ -22,5 +22,6 @@ refuse() {
 refuse '{"clip": "clip", "thread": 2}' "there is no key 'thread'"
 refuse '{"clip": "clip", "threads": {"most": 2}}' "the key 'threads' needs"
 refuse '{"clip": "clip", "threads": "many"}' "--threads: Value many"
+refuse '{"clip": "mixed-media"}' "the one at 9"
 refuse '{"clip": "clip",}' "not a JSON object: syntax error at 16"
 refuse '{"rate": "25"}' "clip is required"
