@@ -146,7 +146,8 @@ class U_EXPORT RenderFrameData {
     /// The text of a value that holds for the whole render, empty if there is none of this name.
     virtual U_UTF8String GetRenderingParamBagValue(const char* name) const = 0;
 
-    /// The stroke that the user is drawing right now, at the current frame; no pixels if there is none.
+    /// The stroke that the user is drawing right now, at the current frame; no pixels if there is none. Of
+    /// which kind it is, host and plug-in agree on between them: by a rendering value, say.
     virtual AnyImageView GetInteractiveStrokeBuffer() const = 0;
     virtual bool HasInteractiveStroke() const = 0;
 

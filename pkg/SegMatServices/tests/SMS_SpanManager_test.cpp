@@ -1,10 +1,9 @@
 #include "SMS_SpanManager.h"
 
-#include <barrier>
 #include <boost/weak_ptr.hpp>
 #include <limits>
-#include <thread>
 
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "FakePlugin.h"
 
@@ -138,17 +137,14 @@ TEST_F(Spans, OutliveTheirManualFramesInCopies)
             m_spans.GetActiveSpan(frame, kForward, &own[frame]);
     }
     const boost::weak_ptr<Segmenter> last = copies[0][kFrames - 1].segmenter;
-    std::barrier start{4};
-    std::vector<std::thread> threads;
-    for (auto& own : copies) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            for (auto& span : own) span = (span.segmenter->PurgeAll(), M::SingleSpan{});
-        });
-    }
-    start.arrive_and_wait();
-    for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) m_spans.ClearManualFrame(frame);
-    for (auto& thread : threads) thread.join();
+    zvktest::Contend(4, [&](int thread) {
+        if (thread == 3) {
+            for (FrameIndex frame = kFrames - 1; frame >= 0; --frame) m_spans.ClearManualFrame(frame);
+            return;
+        }
+        for (auto& span : copies[static_cast<size_t>(thread)])
+            span = (span.segmenter->PurgeAll(), M::SingleSpan{});
+    });
     EXPECT_TRUE(last.expired());
     EXPECT_TRUE(m_spans.GetSpanInfo().empty());
 }

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <cstdlib>
-#include <thread>
 
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "FakePlugin.h"
 #include "SMSp_Factory.h"
@@ -103,19 +102,13 @@ TEST(CheckoutOrRender, ComputesNothingTwiceOnManyThreads)
     constexpr int kThreads = 4, kKeys = 40;
     std::atomic<int> computed{0};
     RegisterGlobalCacheIndex(boost::make_shared<CacheIndex>("sums"));
-    std::barrier start(kThreads);
-    std::vector<std::thread> threads;
-    std::vector<int> wrong(kThreads);
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            for (int key = kKeys - 1; key >= 0; key -= 1 + t)
-                wrong[static_cast<size_t>(t)] += Sum::Of(key, computed) != key * (key + 1) / 2;
-        });
-    }
-    for (auto& thread : threads) thread.join();
+    std::atomic<int> wrong{0};
+    zvktest::Contend(kThreads, [&](int thread) {
+        for (int key = kKeys - 1; key >= 0; key -= 1 + thread)
+            wrong += Sum::Of(key, computed) != key * (key + 1) / 2;
+    });
     RegisterGlobalCacheIndex({});
-    EXPECT_EQ(wrong, std::vector<int>(kThreads));
+    EXPECT_EQ(wrong, 0);
     EXPECT_EQ(computed, kKeys);
 }
 
