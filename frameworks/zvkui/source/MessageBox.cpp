@@ -1,7 +1,7 @@
 // Both kinds of dialog end in one presenter, the host's or the terminal's.
 //
-// State: the host's presenter, made at first use and never destroyed; guard: its own lock, not held while a dialog
-// is open. g_terminal, the terminal's three calls; guard: none, it is set while no dialog is open.
+// State: the host's presenter, made at first use and never destroyed; guard: its own lock, not held while a
+// dialog is open. g_terminal, the terminal's three calls; guard: none, it is set while no dialog is open.
 #include "zvkui/dialogs/MessageBox.h"
 
 #include <poll.h>
@@ -55,15 +55,17 @@ void WaitForReturn(void*)
 constexpr Terminal kStandardTerminal{WriteToStandardError, IsInteractive, WaitForReturn, nullptr};
 constinit Terminal g_terminal = kStandardTerminal;
 
-/// The text as lines of a terminal: the library's line end is a return, and blank lines around a text say nothing
-/// there.
+/// The text as lines of a terminal: the library's line end is a return, and blank lines around a text say
+/// nothing there.
 UTF8String TerminalLines(const UTF16String& text)
 {
     UTF8String lines = zvkcore::string::UTF16to8(text);
-    std::replace(lines.begin(), lines.end(), static_cast<unsigned char>('\r'), static_cast<unsigned char>('\n'));
+    std::replace(lines.begin(), lines.end(), static_cast<unsigned char>('\r'),
+                 static_cast<unsigned char>('\n'));
     const auto isBlank = [](unsigned char unit) { return unit == '\n' || unit == ' '; };
     while (!lines.empty() && isBlank(lines.back())) lines.pop_back();
-    lines.erase(lines.begin(), std::find_if_not(lines.begin(), lines.end(), [](unsigned char u) { return u == '\n'; }));
+    lines.erase(lines.begin(),
+                std::find_if_not(lines.begin(), lines.end(), [](unsigned char u) { return u == '\n'; }));
     return lines;
 }
 

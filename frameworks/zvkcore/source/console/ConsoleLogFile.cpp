@@ -1,9 +1,9 @@
-// The file layer of spdlog, used as an object of our own: its registry is one a shared object and dies at exit. The
-// text comes finished, so nothing above that layer (time, pattern, level) is wanted.
+// The file layer of spdlog, used as an object of our own: its registry is one a shared object and dies at
+// exit. The text comes finished, so nothing above that layer (time, pattern, level) is wanted.
 //
-// State: the one instance and its file, made in place at first use, so that asking for them never lacks memory, and
-// never destroyed; guard: the file's, held across a write. The C library flushes the buffer when the process ends
-// normally.
+// State: the one instance and its file, made in place at first use, so that asking for them never lacks
+// memory, and never destroyed; guard: the file's, held across a write. The C library flushes the buffer when
+// the process ends normally.
 #include "zvkcore/console/ConsoleLogFile.h"
 
 #include <spdlog/details/file_helper.h>

@@ -1,9 +1,10 @@
-// An object under a lock that is made at its first use and ends with the library, after which it is not there.
+// An object under a lock that is made at its first use and ends with the library, after which it is not
+// there.
 //
-// Reports come from any thread at any time. They come while the process exits and static objects die in an order
-// that nobody chose: the lock itself never dies, and a `Closer` beside it takes the object away. And they come out
-// of an allocation that fails, perhaps inside a body: for a thread that is in a body already the object is not
-// there, so it cannot wait for itself.
+// Reports come from any thread at any time. They come while the process exits and static objects die in an
+// order that nobody chose: the lock itself never dies, and a `Closer` beside it takes the object away. And
+// they come out of an allocation that fails, perhaps inside a body: for a thread that is in a body already
+// the object is not there, so it cannot wait for itself.
 #ifndef ZVKCORE_DEBUG_EXITSAFE_H
 #define ZVKCORE_DEBUG_EXITSAFE_H
 
@@ -66,8 +67,7 @@ class ExitSafe {
         m_object = nullptr;
     }
 
-    std::mutex
-        m_mutex;  // guards everything but the two atomics, which are only compared with what a thread knows
+    std::mutex m_mutex;  // guards all but the two atomics, which are only compared with what a thread knows
     T* m_object = nullptr;
     bool m_closed = false;
     std::atomic<bool> m_made{false};

@@ -1,12 +1,13 @@
-// The dynamic loader knows exported functions and answers in a microsecond, for files loaded a moment ago too.
-// For the others libbacktrace reads the symbol tables of the files that are loaded when it is first asked, which
-// takes tens of milliseconds once.
+// The dynamic loader knows exported functions and answers in a microsecond, for files loaded a moment ago
+// too. For the others libbacktrace reads the symbol tables of the files that are loaded when it is first
+// asked, which takes tens of milliseconds once.
 //
-// It is called here without Boost.Stacktrace in front of it, whose inline state would be an exported symbol that
-// no lock of ours guards and that keeps the library from being unloaded.
+// It is called here without Boost.Stacktrace in front of it, whose inline state would be an exported symbol
+// that no lock of ours guards and that keeps the library from being unloaded.
 //
-// State: the reader's, made at the first need, and the mutex that guards it. The reader cannot be given back and
-// lives as long as the process. The mutex is never held while the loader is asked or memory is taken from the heap.
+// State: the reader's, made at the first need, and the mutex that guards it. The reader cannot be given back
+// and lives as long as the process. The mutex is never held while the loader is asked or memory is taken from
+// the heap.
 #include "FunctionNames.h"
 
 #include <dlfcn.h>

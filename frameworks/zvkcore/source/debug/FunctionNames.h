@@ -6,7 +6,8 @@
 
 namespace zvkcore::debug {
 
-// The demangled name, empty without one. Any thread may call; the caller holds no lock. Throws `std::bad_alloc`.
+// The demangled name, empty without one. Any thread may call; the caller holds no lock. Throws
+// `std::bad_alloc`.
 std::string FindFunctionName(void* address);
 
 }  // namespace zvkcore::debug

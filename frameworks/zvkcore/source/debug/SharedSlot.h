@@ -1,7 +1,7 @@
 // A place for something that a host installs and the library calls: a sink, a handler, a detector.
 //
-// A caller takes a share for the time of its call, so that what is installed can be exchanged at any moment. The
-// slot is never destroyed: threads that still run while the process exits find it as it was.
+// A caller takes a share for the time of its call, so that what is installed can be exchanged at any moment.
+// The slot is never destroyed: threads that still run while the process exits find it as it was.
 #ifndef ZVKCORE_DEBUG_SHAREDSLOT_H
 #define ZVKCORE_DEBUG_SHAREDSLOT_H
 

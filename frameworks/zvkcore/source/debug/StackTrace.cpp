@@ -1,8 +1,9 @@
-// Capturing walks the unwinder's frames. Naming is dear, so names are kept by address; they are dropped whenever
-// the process has loaded or unloaded a file since, because another function may stand at the address now.
+// Capturing walks the unwinder's frames. Naming is dear, so names are kept by address; they are dropped
+// whenever the process has loaded or unloaded a file since, because another function may stand at the address
+// now.
 //
-// State: the kept names. Their lock is not held while a name is looked for or made: the loader has a lock of its
-// own, which it holds while the code of a file that is being loaded starts up, and that code may report.
+// State: the kept names. Their lock is not held while a name is looked for or made: the loader has a lock of
+// its own, which it holds while the code of a file that is being loaded starts up, and that code may report.
 #include "zvkcore/debug/StackTrace.h"
 
 #include <link.h>

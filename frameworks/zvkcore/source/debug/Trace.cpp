@@ -1,6 +1,6 @@
-// State, all of it for the life of the process: the sink in its slot, a flag that tells whether there is one, the
-// levels of the channels under a mutex, and the change count. The count moves after what it announces, so whoever
-// sees the new count sees the new answer.
+// State, all of it for the life of the process: the sink in its slot, a flag that tells whether there is one,
+// the levels of the channels under a mutex, and the change count. The count moves after what it announces, so
+// whoever sees the new count sees the new answer.
 #include "zvkcore/debug/Trace.h"
 
 #include <map>
