@@ -12,7 +12,6 @@
 #include <thread>
 
 #include "zvkcore/config/Config.h"
-#include "zvkcore/config/UsageLogger.h"
 #include "zvkcore/debug/Trace.h"
 #include "zvkcore/logging/LogException.h"
 #include "zvkcore/string/Convert.h"
@@ -203,27 +202,6 @@ TEST(Config, RaisesErrorsThroughTheThrowerOfTheHost)
     config::SetErrorThrower([](int, const char*) {});
     EXPECT_EQ(textOf("x"), "x") << "a thrower that returns";
     config::SetErrorThrower(nullptr);
-}
-
-TEST(Config, KeepsTheUsageLoggerOfTheHost)
-{
-    struct Logger : config::UsageLogger {
-        std::shared_ptr<config::UsageLoggerGroup> NewGroup(const char*, const char*, const char*) override
-        {
-            return {};
-        }
-        std::shared_ptr<config::UsageLoggerGroup> NewGroup(const char*, const char*, const char*,
-                                                           const string::UTF8String&) override
-        {
-            return {};
-        }
-    };
-    const auto logger = std::make_shared<Logger>();
-    EXPECT_EQ(config::UsageLogger::Get(), nullptr);
-    EXPECT_EQ(config::UsageLogger::Set(logger), nullptr);
-    EXPECT_EQ(config::UsageLogger::Get(), logger);
-    EXPECT_EQ(config::UsageLogger::Set(nullptr), logger);
-    EXPECT_EQ(logger.use_count(), 1);
 }
 
 using utility::ImmutableString;

@@ -72,32 +72,4 @@ TEST_F(Deferred, AnswerOfACallbackIsTheResultAndNullIsRefused)
     EXPECT_EQ(U_DeferredReportingEnd(true, nullptr, nullptr), 3);
 }
 
-TEST_F(Deferred, AsyncReportOnlyPostsAndObeysQuietAndMask)
-{
-    const struct {
-        bool is_quiet;
-        unsigned short severity;
-        uint32_t mask;
-        int posted;
-    } kRows[] = {{false, U_Sev_WARNING, ~0u, 1},
-                 {true, U_Sev_WARNING, ~0u, 0},
-                 {true, U_Sev_FATAL, ~0u, 1},
-                 {false, U_Sev_WARNING, 0xffff0000, 0},
-                 {false, U_Sev_FATAL, 0xffff0000, 0}};
-    for (const auto& row : kRows) {
-        const int32_t receipt = Up_SetInteractTemp(row.mask);
-        if (row.is_quiet) U_StartQuietErrorsOnCurrentThread(1);
-        U_AsyncReport(0x120001u, row.severity, Text16("text"));
-        if (row.is_quiet) U_EndQuietErrorsOnCurrentThread();
-        Up_SetInteractTempComplete(receipt);
-        EXPECT_EQ(U_GetNumPostedErrors(), row.posted) << &row - kRows;
-        EXPECT_TRUE(Reports().empty() && Dialogs().empty());
-        U_DisplayPostedErrors();
-        Forget();
-    }
-    unsigned location = 1;
-    U_GetLastError(nullptr, &location, nullptr);
-    EXPECT_NE(location, 0x120001u);
-}
-
 }  // namespace

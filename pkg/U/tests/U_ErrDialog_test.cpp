@@ -21,16 +21,12 @@ class Window : public zvkui::ui::UI_Node {
 
 class Manager : public zvkui::ui::UI_NodeManager {
   public:
-    Manager() : m_former(Set(this)) {}
-    ~Manager() override { Set(m_former); }
+    Manager() { Set(this); }
     zvkui::ui::UI_NodePtr GetInputCapture() override { return captured; }
     void EndInputCapture(bool cancel) override { ended = cancel, captured.reset(); }
 
     zvkui::ui::UI_NodePtr captured;
     bool ended = false;
-
-  private:
-    UI_NodeManager* m_former;
 };
 
 using ErrDialog = Errors;

@@ -39,6 +39,12 @@ class Modes : public Errors, public testing::WithParamInterface<Mode> {
   protected:
     static bool Defers(char scope) { return scope == 'd' || scope == 'h' || scope == 'w'; }
 
+    // A state does not hold a fatal error, but a mask does.
+    static bool IsFree(const Severity& severity)
+    {
+        return severity.value == U_Sev_FATAL && !Defers(*GetParam().scopes);
+    }
+
     Err Enter(char scope)
     {
         if (scope == 'a') return Up_StartErrorStateOnCurrentThread(Up_ErrorState_Aggregate, Text16("T"), {});
@@ -51,6 +57,17 @@ class Modes : public Errors, public testing::WithParamInterface<Mode> {
     {
         return Defers(scope) ? U_DeferredReportingEnd(true, nullptr, &m_deferred)
                              : U_EndQuietErrorsOnCurrentThread();
+    }
+
+    void EnterAll()
+    {
+        for (const char* scope = GetParam().scopes; *scope; ++scope) ASSERT_EQ(Enter(*scope), 0);
+    }
+
+    void LeaveAll()
+    {
+        const std::string_view scopes = GetParam().scopes;
+        for (size_t scope = scopes.size(); scope-- > 0;) ASSERT_EQ(Leave(scopes[scope]), 0);
     }
 
     // What a report of this text leaves in the log, of which only the beginning of a stack crawl is compared.
@@ -71,7 +88,7 @@ class Modes : public Errors, public testing::WithParamInterface<Mode> {
         const auto [value, does, prefix, word] = severity;
         const auto [name, scopes, leaves] = GetParam();
         const bool defers = Defers(*scopes), gathers = Has(scopes, 'a'), is_fatal = value == U_Sev_FATAL;
-        const bool is_free = is_fatal && !defers;  // a mask holds a fatal error too, a state does not
+        const bool is_free = IsFree(severity);
         const bool logs = (Has(leaves, 'l') || is_free) && Has(does, 'l');
         const bool is_heard = (Has(leaves, 'c') || is_free) && Has(does, 'c');
         const bool records = Has(leaves, 'r') || is_fatal;
@@ -82,7 +99,7 @@ class Modes : public Errors, public testing::WithParamInterface<Mode> {
         const std::string text = prefix + std::string("text");
         const std::vector<qltest::Report> heard{{location, value, text}}, nothing;
 
-        for (const char* scope = scopes; *scope; ++scope) ASSERT_EQ(Enter(*scope), 0);
+        EnterAll();
         const int before = CountedErrors();
         U_ReportError(location, value, Text16("text"));
         EXPECT_EQ(Text(U_ReportFormatError(value, Text16("text"))), text);
@@ -98,14 +115,28 @@ class Modes : public Errors, public testing::WithParamInterface<Mode> {
         EXPECT_EQ(assertions.size(), posts && (is_fatal || (value == U_Sev_PROBLEM && !gathers)));
 
         Forget();
-        for (size_t scope = std::string_view(scopes).size(); scope-- > 0;) {
-            ASSERT_EQ(Leave(scopes[scope]), 0);
-        }
+        LeaveAll();
         const bool reports_at_end = defers && Has(does, 'n') && Has(does, 'u');
         ExpectLog(reports_at_end && Has(does, 'l'), severity, text, location_text);
         EXPECT_EQ(Reports(), reports_at_end && !is_heard ? heard : nothing);  // once is enough
         EXPECT_EQ(Dialogs().size(), reports_at_end && on_ui_thread);
         EXPECT_EQ(U_GetNumPostedErrors(), posts + (reports_at_end && !on_ui_thread));
+        U_DisplayPostedErrors();
+        Forget();
+    }
+
+    // A report that only posts, and does so wherever a dialog would be allowed.
+    void TryToPost(const Severity& severity)
+    {
+        const bool displays = (Has(GetParam().leaves, 'd') || IsFree(severity)) && Has(severity.does, 'u');
+        EnterAll();
+        U_AsyncReport(0x110000u, severity.value, Text16("later"));
+        EXPECT_EQ(U_GetNumPostedErrors(), displays);
+        LeaveAll();
+        EXPECT_TRUE(log.empty() && Reports().empty() && Dialogs().empty());
+        unsigned last_location = 0;
+        U_GetLastError(nullptr, &last_location, nullptr);
+        EXPECT_NE(last_location, 0x110000u);
         U_DisplayPostedErrors();
         Forget();
     }
@@ -119,6 +150,7 @@ TEST_P(Modes, EverySeverityOnBothKindsOfThread)
     for (const Severity& severity : kSeverities) {
         SCOPED_TRACE("severity " + std::to_string(severity.value));
         Try(severity, true);
+        TryToPost(severity);
         OnAnotherThread([&] { Try(severity, false); });
         EXPECT_EQ(U_IsDeadWithFatalError() != 0, severity.value == U_Sev_FATAL);
     }
