@@ -55,31 +55,24 @@ TEST_F(Ratios, BestRatioFollowsTheExpansionOfEveryKindOfDouble)
         ASSERT_EQ(out, plain::Best(value)) << value;
         ASSERT_EQ(std::gcd(Mp_Magnitude(out.num), out.den), 1u) << value;
     }
-    constexpr std::tuple<double, M_Ratio, int> kRows[] = {
-        {NAN, {1 << 30, 1}, 0},
-        {-NAN, {1 << 30, 1}, 0},
-        {0.0, {0, 1}, 0},
-        {INFINITY, {1 << 30, 1}, 0},
-        {-INFINITY, {-(1 << 30), 1}, 0},
-        {0x1p31, {0, 0}, 1},
-        {-0x1p31, {0, 0}, 1},
-        {1e300, {0, 0}, 1},
-        {0x1p31 - 1, {1 << 30, 1}, 0},
-        {-0x1p30, {-(1 << 30), 1}, 0},
-        {0x1p-31, {0, 1}, 0},
-        {5e-324, {0, 1}, 0},
-        {0x1.000002p-31, {1, 1 << 30}, 0},
-        {-29.97, {-15712911, 1 << 19}, 0},
-        {0.1, {13421773, 1 << 27}, 0},
-        // Ties, which the shortened products decide: full ones would choose the other neighbour.
-        {0x1.c9b352p-23, {155, 727244098}, 0},
-        {0x1.54e5aep-13, {112448, 691764431}, 0}};
-    for (const auto& [value, ratio, flag] : kRows) {
+    struct Row {
+        double value;
+        M_Ratio ratio;
+        int overflow;
+    };
+    // The last two are ties, which the shortened products decide: full ones would choose the other neighbour.
+    for (const Row& row :
+         {Row{NAN, {1 << 30, 1}, 0}, Row{-NAN, {1 << 30, 1}, 0}, Row{INFINITY, {1 << 30, 1}, 0},
+          Row{-INFINITY, {-(1 << 30), 1}, 0}, Row{0x1p31, {0, 0}, 1}, Row{-0x1p31, {0, 0}, 1},
+          Row{1e300, {0, 0}, 1}, Row{0x1p31 - 1, {1 << 30, 1}, 0}, Row{-0x1p30, {-(1 << 30), 1}, 0},
+          Row{0x1.000002p-31, {1, 1 << 30}, 0}, Row{0x1p-31, {0, 1}, 0}, Row{5e-324, {0, 1}, 0},
+          Row{0.0, {0, 1}, 0}, Row{-29.97, {-15712911, 1 << 19}, 0}, Row{0.1, {13421773, 1 << 27}, 0},
+          Row{0x1.c9b352p-23, {155, 727244098}, 0}, Row{0x1.54e5aep-13, {112448, 691764431}, 0}}) {
         M_Ratio out;
         uint8_t overflow = 9;
-        EXPECT_EQ(M_FpLong2Ratio(&out, &overflow, value), 0u);
-        EXPECT_EQ(out, ratio) << value;
-        EXPECT_EQ(overflow, flag) << value;
+        EXPECT_EQ(M_FpLong2Ratio(&out, &overflow, row.value), 0u);
+        EXPECT_EQ(out, row.ratio) << row.value;
+        EXPECT_EQ(overflow, row.overflow) << row.value;
     }
     EXPECT_TRUE(Reports().empty());
 }
@@ -265,14 +258,13 @@ TEST(Integers, OverflowTestsAreConservativeByLeadingZeros)
 TEST(Integers, RoundHalvesTowardsPositiveInfinityByTheSumWithAHalf)
 {
     constexpr double kBelowHalf = 0.49999999999999994;  // its sum with 0.5 rounds to 1
-    constexpr std::pair<double, int32_t> kRows[] = {
-        {0.5, 1},        {-0.5, 0},         {1.5, 2},
-        {-1.5, -1},      {2.4, 2},          {-2.6, -3},
-        {-0.3, 0},       {kBelowHalf, 1},   {-kBelowHalf, -1},
-        {0x1p32 + 5, 5}, {-0x1p32 - 5, -5}, {2147483647.4, kMax},
-        {0x1p70, 0},     {INFINITY, 0},     {-2147483648.4, kMin}};
-    for (const auto& [x, rounded] : kRows) EXPECT_EQ(M_RoundDouble(x), rounded) << x;
-    EXPECT_EQ(M_RoundDouble(NAN), 0);
+    using Row = std::pair<double, int32_t>;
+    for (const auto& [x, rounded] :
+         {Row{0.5, 1}, Row{-0.5, 0}, Row{1.5, 2}, Row{-1.5, -1}, Row{2.4, 2}, Row{-2.6, -3}, Row{-0.3, 0},
+          Row{kBelowHalf, 1}, Row{-kBelowHalf, -1}, Row{0x1p32 + 5, 5}, Row{-0x1p32 - 5, -5},
+          Row{2147483647.4, kMax}, Row{-2147483648.4, kMin}, Row{0x1p70, 0}, Row{INFINITY, 0}, Row{NAN, 0}}) {
+        EXPECT_EQ(M_RoundDouble(x), rounded) << x;
+    }
     EXPECT_EQ(M_RoundDoubleSafe(1e300), kMax);
     EXPECT_EQ(M_RoundDoubleSafe(-2147483647.6), kMin);
     EXPECT_EQ(M_RoundDoubleSafe(-2147483647.5), -2147483647);

@@ -62,12 +62,7 @@ struct Result {
 
 inline Result Approximate(double d)
 {
-    int e = 0;
-    if (std::frexp(d, &e) == 0 || e <= -32) return {{0, 1}, 2};
-    if (e >= 32) return {{0, 0}, 1};
-    M_Ratio out = Best(d);
-    Mp_DivideByGCD(out.num, out.den);
-    return {out, 2};
+    return std::fabs(d) < 0x1p31 ? Result{Best(d), 2} : Result{{0, 0}, 1};
 }
 
 inline bool TrySum(M_Ratio a, M_Ratio b, bool subtract, M_Ratio& out)
