@@ -16,6 +16,13 @@ constexpr auto kPosition = T_TimeFormatType_Position;
 constexpr auto kDuration = T_TimeFormatType_Duration;
 constexpr auto kNoOffset = T_TimeFormatType_PositionNoOffset;
 
+constexpr T_TimeFormatInfo kTimecode = {1, 0, 30, 0, 0, {0, 1}};
+constexpr T_TimeFormatInfo kNonDrop = {1, 1, 30, 0, 0, {0, 1}};
+constexpr T_TimeFormatInfo kFrames = {0, 0, 30, 0, 0, {0, 1}};
+constexpr T_TimeFormatInfo kFeet = {0, 0, 30, 16, 0, {0, 1}};
+constexpr T_TimeFormatInfo kFromOne = {0, 0, 30, 0, 1, {2, 24}};
+constexpr T_TimeFormatInfo kOffset = {1, 0, 30, 0, 0, {-3, 48}};
+
 using Formats = qltest::Library;
 
 std::string TextOf(const T_Time& time, const T_TimeFormatInfo& info, T_TimeFormatType type, int32_t rate,
@@ -36,41 +43,30 @@ struct Day {
 
 class DropFrame : public Formats, public testing::WithParamInterface<Day> {};
 
-// Counts labels up as a clock would, skips what a minute skips, and holds every frame of the day against it.
+// Counts labels up, skips what a minute skips, and holds every frame of the day against it.
 TEST_P(DropFrame, LabelsEveryFrameOfTheDayAndFindsItAgain)
 {
-    const Day day = GetParam();
-    const T_TimeFormatInfo info = {1, 0, 30, 0, 0, {0, 1}};
-    T_TimeComponents expected = {0, 0, 0, 0, -1, 0};
-    const int32_t frames = (24 * 3600 * day.base) - 24 * 54 * day.skipped;
-    for (int32_t frame = 0; frame < frames; ++frame) {
-        const int32_t clock = (expected.hours * 60 + expected.minutes) * 60 + expected.seconds;
-        const int32_t label = clock * day.base + expected.frames;
-        ASSERT_EQ(Tp_FramesToLabels(frame, day.base), label);
-        ASSERT_EQ(Tp_LabelsToFrames(label, day.base), frame);
-        if (expected.seconds % 59 == 0) {  // through the front doors around every minute
-            const T_Time time = {frame * day.frame.value, day.frame.scale};
+    const auto& [rate, base, skipped, duration] = GetParam();
+    const int32_t minute = 60 * base;
+    int32_t label = 0;
+    for (int32_t frame = 0; label < 24 * 60 * minute; ++frame) {
+        ASSERT_EQ(Tp_FramesToLabels(frame, base), label);
+        ASSERT_EQ(Tp_LabelsToFrames(label, base), frame);
+        const int32_t second = label / base;
+        if (second % 60 % 59 == 0) {  // through the front doors around every minute
+            const T_Time time = {frame * duration.value, duration.scale};
             T_TimeComponents parts = {};
             T_Time back;
-            T_TimeToComponents(&time, &info, kNoOffset, day.rate, &parts);
+            T_TimeToComponents(&time, &kTimecode, kNoOffset, rate, &parts);
             ASSERT_EQ(std::tuple(parts.hours, parts.minutes, parts.seconds, parts.frames),
-                      std::tuple(expected.hours, expected.minutes, expected.seconds, expected.frames))
+                      std::tuple(second / 3600, second / 60 % 60, second % 60, label % base))
                 << frame;
-            ASSERT_EQ(T_ComponentsToTime(&parts, &info, kNoOffset, day.rate, &back), 0);
+            ASSERT_EQ(T_ComponentsToTime(&parts, &kTimecode, kNoOffset, rate, &back), 0);
             ASSERT_TRUE(back == time) << frame;
         }
-
-        if (++expected.frames < day.base) continue;
-        expected.frames = 0;
-        if (++expected.seconds < 60) continue;
-        expected.seconds = 0;
-        if (++expected.minutes == 60) {
-            expected.minutes = 0;
-            ++expected.hours;
-        }
-        if (expected.minutes % 10 != 0) expected.frames = day.skipped;
+        ++label;
+        if (label % minute == 0 && label / minute % 10 != 0) label += skipped;
     }
-    EXPECT_EQ(expected.hours, 24);
 }
 INSTANTIATE_TEST_SUITE_P(Rates, DropFrame,
                          testing::Values(Day{k2997, 30, 2, {100, 2997}}, Day{k5994, 60, 4, {50, 2997}}),
@@ -95,13 +91,6 @@ TEST_P(FormatText, Shows)
     const Row& row = GetParam();
     EXPECT_EQ(TextOf(row.time, row.info, row.type, row.rate, row.wide), row.text);
 }
-
-constexpr T_TimeFormatInfo kTimecode = {1, 0, 30, 0, 0, {0, 1}};
-constexpr T_TimeFormatInfo kNonDrop = {1, 1, 30, 0, 0, {0, 1}};
-constexpr T_TimeFormatInfo kFrames = {0, 0, 30, 0, 0, {0, 1}};
-constexpr T_TimeFormatInfo kFeet = {0, 0, 30, 16, 0, {0, 1}};
-constexpr T_TimeFormatInfo kFromOne = {0, 0, 30, 0, 1, {2, 24}};
-constexpr T_TimeFormatInfo kOffset = {1, 0, 30, 0, 0, {-3, 48}};
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, FormatText,
@@ -137,69 +126,64 @@ TEST_F(Formats, ExaminesRates)
 {
     struct Case {
         int32_t rate;
-        uint8_t non_drop;
+        uint8_t use_timecode, non_drop;
         const char* out;  // timecode, drop, non-drop NTSC, frame duration
     };
     for (const Case& row :
-         {Case{k2997, 0, "110 100/2997"}, Case{k2997, 1, "101 100/2997"}, Case{k2997 + 4, 0, "110 100/2997"},
-          Case{k2997 + 5, 0, "100 1/30"}, Case{k5994, 0, "110 50/2997"}, Case{k5994, 1, "101 50/2997"},
-          Case{1571291, 0, "101 125/2997"}, Case{785646, 0, "101 250/2997"}, Case{982057, 0, "100 1/15"},
-          Case{k24, 0, "100 1/24"}, Case{0, 0, "100 1/25"}, Case{-k24, 0, "100 1/1"},
-          Case{INT32_MAX, 0, "100 1/1"}, Case{999 << 16, 0, "100 1/999"}, Case{2000 << 16, 0, "100 1/999"}}) {
-        const T_TimeFormatInfo info = {1, row.non_drop, 25, 0, 0, {0, 1}};
+         {Case{k2997, 1, 0, "110 100/2997"}, Case{k2997, 1, 1, "101 100/2997"},
+          Case{k2997, 0, 0, "000 100/2997"}, Case{k2997 + 4, 1, 0, "110 100/2997"},
+          Case{k2997 + 5, 1, 0, "100 1/30"}, Case{k5994, 1, 0, "110 50/2997"},
+          Case{k5994, 1, 1, "101 50/2997"}, Case{1571291, 1, 0, "101 125/2997"},
+          Case{785646, 1, 0, "101 250/2997"}, Case{982057, 1, 0, "100 1/15"}, Case{k24, 1, 0, "100 1/24"},
+          Case{0, 1, 0, "100 1/25"}, Case{-k24, 1, 0, "100 1/1"}, Case{INT32_MAX, 1, 0, "100 1/1"},
+          Case{999 << 16, 1, 0, "100 1/999"}, Case{2000 << 16, 1, 0, "100 1/999"}}) {
+        const T_TimeFormatInfo info = {row.use_timecode, row.non_drop, 25, 0, 0, {0, 1}};
         uint8_t timecode = 9, drop = 9, ntsc = 9;
         T_Time duration;
         T_ExamineTimeInfo(&info, row.rate, &timecode, &drop, &ntsc, &duration);
-        EXPECT_EQ(
-            std::to_string(timecode) + std::to_string(drop) + std::to_string(ntsc) + ' ' + Words(duration),
-            row.out)
-            << row.rate;
+        const std::string flags = std::to_string(timecode) + std::to_string(drop) + std::to_string(ntsc);
+        EXPECT_EQ(flags + ' ' + Words(duration), row.out) << row.rate;
+        T_ExamineTimeInfo(&info, row.rate, &timecode, &drop, &ntsc, nullptr);
     }
-    const T_TimeFormatInfo plain = {0, 0, 25, 0, 0, {0, 1}};
-    uint8_t timecode = 9, drop = 9, ntsc = 9;
-    T_ExamineTimeInfo(&plain, k2997, &timecode, &drop, &ntsc, nullptr);
-    EXPECT_EQ(timecode + drop + ntsc, 0);
-    for (const auto& [timebase, base] :
-         {std::pair(0, 1), std::pair(-7, 1), std::pair(1, 1), std::pair(2000, 999)}) {
+    for (const auto& [timebase, base] : {std::pair(0, 1), {-7, 1}, {1, 1}, {2000, 999}}) {
         const T_TimeFormatInfo info = {1, 0, timebase, 0, 0, {0, 1}};
         EXPECT_EQ(T_GetTimeFormatInfoFrameMax(&info, 0), base);
     }
-    EXPECT_TRUE(T_HonorOffsetForType(kPosition) && !T_HonorOffsetForType(kDuration) &&
-                !T_HonorOffsetForType(kNoOffset));
 }
 
 TEST_F(Formats, PutsTimesTogetherAndKeepsItsDifferences)
 {
+    const T_TimeFormatInfo six = {1, 0, 30, 0, 0, {6, 24}};
     const T_TimeComponents second = {0, 0, 0, 1, -1, 0}, minus_second = {1, 0, 0, 1, -1, 0},
-                           feet = {0, -1, -1, -1, 2, 1};
-    const T_TimeFormatInfo offset = {1, 0, 30, 0, 0, {6, 24}};
-    T_Time out;
-    EXPECT_EQ(T_ComponentsToTime(&second, &kOffset, kPosition, k24, &out), 0);
-    EXPECT_EQ(Words(out), "25/24");  // the offset of 1.5 frames counts as 1 here, as 2 on the way there
-    T_ComponentsToTime(&minus_second, &offset, kPosition, k24, &out);
-    EXPECT_EQ(Words(out), "-18/24");  // off the magnitude: -30/24 would be the way back
-    T_ComponentsToTime(&minus_second, &offset, kDuration, k24, &out);
-    EXPECT_EQ(Words(out), "-24/24");
-    T_ComponentsToTime(&feet, &kFeet, kPosition, k24, &out);
-    EXPECT_EQ(Words(out), "33/24");
-    const T_TimeComponents five = {0, 0, 0, 0, 0, 5};
-    T_ComponentsToTime(&five, &kFromOne, kPosition, k24, &out);
-    EXPECT_EQ(Words(out), "2/24");
-    T_ComponentsToTime(&five, &kFromOne, kNoOffset, k24, &out);
-    EXPECT_EQ(Words(out), "4/24");
-    T_ComponentsToTime(&five, &kFromOne, kDuration, k24, &out);
-    EXPECT_EQ(Words(out), "5/24");
+                           feet = {0, -1, -1, -1, 2, 1}, five = {0, 0, 0, 0, 0, 5};
+    struct Case {
+        const T_TimeComponents& parts;
+        const T_TimeFormatInfo& info;
+        T_TimeFormatType type;
+        const char* out;
+    };
+    for (const Case& row :
+         {Case{second, kOffset, kPosition, "25/24"},     // 1.5 frames count as 1: 2 there
+          Case{minus_second, six, kPosition, "-18/24"},  // off the magnitude, not -30/24
+          Case{minus_second, six, kDuration, "-24/24"}, Case{feet, kFeet, kPosition, "33/24"},
+          Case{five, kFromOne, kPosition, "2/24"}, Case{five, kFromOne, kNoOffset, "4/24"},
+          Case{five, kFromOne, kDuration, "5/24"}}) {
+        T_Time out;
+        EXPECT_EQ(T_ComponentsToTime(&row.parts, &row.info, row.type, k24, &out), 0);
+        EXPECT_EQ(Words(out), row.out);
+    }
 }
 
 TEST_F(Formats, LeavesUnusedComponentsAlone)
 {
     const T_Time time = {-33, 24};
-    T_TimeComponents parts = {7, -1, -1, -1, -1, -1};
-    T_TimeToComponents(&time, &kFrames, kPosition, k24, &parts);
-    EXPECT_EQ(std::tuple(parts.negative, parts.hours, parts.feet, parts.frames), std::tuple(7, -1, -1, -33));
-    parts = {7, -1, -1, -1, -1, -1};
-    T_TimeToComponents(&time, &kTimecode, kPosition, k24, &parts);
-    EXPECT_EQ(std::tuple(parts.negative, parts.hours, parts.feet, parts.frames), std::tuple(1, 0, -1, 9));
+    for (const auto& [info, negative, hours, frames] :
+         {std::tuple(kFrames, 7, -1, -33), std::tuple(kTimecode, 1, 0, 9)}) {
+        T_TimeComponents parts = {7, -1, -1, -1, -1, -1};
+        T_TimeToComponents(&time, &info, kPosition, k24, &parts);
+        EXPECT_EQ(std::tuple(parts.negative, parts.hours, parts.feet, parts.frames),
+                  std::tuple(negative, hours, -1, frames));
+    }
 }
 
 TEST_F(Formats, FailuresOfTheRatioLayerAreThrown)
@@ -212,23 +196,18 @@ TEST_F(Formats, FailuresOfTheRatioLayerAreThrown)
         }
         return 0;
     };
-    const T_Time most = {INT32_MIN, 1}, one = {1, 1};
-    const T_TimeFormatInfo bad_offset = {1, 0, 30, 0, 0, T_BadTime};
-    T_TimeComponents parts = {};
+    const T_Time most = {INT32_MIN, 1}, one = {1, 1}, least = {INT32_MIN, 65535};
+    const T_TimeFormatInfo bad_offset = {1, 0, 30, 0, 0, T_BadTime}, backward = {0, 0, 30, -1, 0, {0, 1}};
+    T_TimeComponents parts = {0, INT32_MAX, 0, 0, 0, INT32_MIN};
     T_Time out;
     EXPECT_EQ(thrown([&] { TextOf(most, kTimecode, kPosition, k24, true); }), 0x1102);
     EXPECT_EQ(thrown([&] { TextOf(T_BadTime, kTimecode, kPosition, k24, true); }), 0x1106);
     EXPECT_EQ(thrown([&] { TextOf(one, bad_offset, kDuration, k24, true); }), 0x1106);
     EXPECT_EQ(thrown([&] { T_ComponentsToTime(&parts, &bad_offset, kDuration, k24, &out); }), 0x1106);
-    parts.hours = INT32_MAX;
-    parts.frames = INT32_MIN;
-    T_ComponentsToTime(&parts, &kTimecode, kPosition, k2997, &out);  // wraps, without a trap
-    const T_TimeFormatInfo backward_feet = {0, 0, 30, -1, 0, {0, 1}};
-    const T_Time least = {INT32_MIN, 65535};
-    T_TimeToComponents(&least, &backward_feet, kPosition, 65535 << 8, &parts);
-    const T_TimeFormatInfo no_rate = {0, 0, 30, 0, 0, {0, 1}};
-    EXPECT_EQ(thrown([&] { TextOf(one, no_rate, kPosition, 1, true); }), 0);  // a frame of 1000/0: none fits
-    EXPECT_EQ(TextOf(one, no_rate, kPosition, 1, true), "00000");
+    // What wraps does so without a trap.
+    T_ComponentsToTime(&parts, &kTimecode, kPosition, k2997, &out);
+    T_TimeToComponents(&least, &backward, kPosition, 65535 << 8, &parts);
+    EXPECT_EQ(TextOf(one, kFrames, kPosition, 1, true), "00000");  // a frame of 1000/0: none fits
 }
 
 }  // namespace

@@ -14,52 +14,49 @@ constexpr int32_t kMax = INT32_MAX;
 __extension__ using Wide = __int128;
 
 using Times = qltest::Library;
+using Shown = std::pair<T_Time, const char*>;
 
 // --- Arithmetic --------------------------------------------------------------------------------------------
 
 TEST_F(Times, OperatorsNeverFailOnPrecision)
 {
-    const T_Time third = {1, 3}, sixth = {1, 6};
-    EXPECT_EQ(Words(third + sixth), "3/6");
-    EXPECT_EQ(Words(third - sixth), "1/6");
-    EXPECT_EQ(Words(third * M_Ratio{2, 5}), "2/15");
-    EXPECT_EQ(Words(third * sixth), "1/18");
-    EXPECT_EQ(Words(third * -2), "-2/3");
-    EXPECT_EQ(Words(third / M_Ratio{-1, 2}), "-2/3");  // negative divisors are right here
-    EXPECT_EQ(Words(third / sixth), "6/3");
-    EXPECT_EQ(Words(third / 2), "1/6");
+    const T_Time third = {1, 3}, sixth = {1, 6}, most = {kMax, 1};
     T_Time time = third;
     time += sixth;
     time -= third;
     time *= M_Ratio{2, 1};
     time *= T_Time{1, 2};
-    EXPECT_EQ(Words(time), "2/12");
-    EXPECT_EQ(Words(T_Time{kMax - 1, 5} + third), "429496736/1");
-    EXPECT_EQ(Words(T_Time{kMax, 1} * 0), "0/1");
+    // Negative divisors are right here.
+    for (const auto& [result, words] :
+         {Shown{third + sixth, "3/6"}, Shown{third - sixth, "1/6"}, Shown{third * M_Ratio{2, 5}, "2/15"},
+          Shown{third * sixth, "1/18"}, Shown{third * -2, "-2/3"}, Shown{third / M_Ratio{-1, 2}, "-2/3"},
+          Shown{third / sixth, "6/3"}, Shown{third / 2, "1/6"}, Shown{time, "2/12"},
+          Shown{T_Time{kMax - 1, 5} + third, "429496736/1"}, Shown{most * 0, "0/1"}}) {
+        EXPECT_EQ(Words(result), words);
+    }
     EXPECT_TRUE(Reports().empty());
 }
 
 TEST_F(Times, FailureIsMarkedAndReportedOnce)
 {
     const T_Time most = {kMax, 1}, least = {-kMax, 1}, half = {1, 2};
-    EXPECT_EQ(Words(least - most), kBad);
-    EXPECT_EQ(Reports().back().text, "QLTest error: overflow in ratio addition.");  // subtraction, too
-    EXPECT_EQ(Words(half / 0), kBad);
-    EXPECT_EQ(Reports().back().text, "QLTest error: zero denominator in ratio multiply.");
-    EXPECT_EQ(Words(T_BadTime + half), kBad);
-    EXPECT_EQ(Words(half * T_BadTime), kBad);
-    EXPECT_EQ(Reports().size(), 4u);
+    const auto is_bad = [](const T_Time& time) { return Words(time) == kBad; };
+    EXPECT_TRUE(is_bad(least - most) && is_bad(half / 0) && is_bad(T_BadTime + half) &&
+                is_bad(half * T_BadTime));
+    ASSERT_EQ(Reports().size(), 4u);
+    EXPECT_EQ(Reports()[0].text, "QLTest error: overflow in ratio addition.");  // a subtraction
+    EXPECT_EQ(Reports()[1].text, "QLTest error: zero denominator in ratio multiply.");
 
-    T_Time out = half;
-    EXPECT_EQ(T_AddTime(&most, &most, &out), 0x1102);
-    EXPECT_EQ(Words(out), kBad);
-    EXPECT_EQ(T_MinTime(&half, &T_BadTime, &out), 0x1106);
-    EXPECT_EQ(Words(out), kBad);
-    out = half;
-    EXPECT_EQ(T_ClipTime(&half, &most, &half, &out), 3);
-    EXPECT_EQ(Words(out), kBad);
-    EXPECT_EQ(T_SpanClipTime(&most, &half, &most, &out), 0x1102);
-    EXPECT_EQ(Words(out), kBad);
+    const auto fails = [&](Err expected, auto operation, auto... operands) {
+        T_Time out = half;
+        EXPECT_EQ(operation(&operands..., &out), expected);
+        EXPECT_TRUE(is_bad(out));
+    };
+    fails(0x1102, T_AddTime, most, most);
+    fails(0x1106, T_MinTime, half, T_BadTime);
+    fails(3, T_ClipTime, half, most, half);
+    fails(0x1102, T_SpanClipTime, most, half, most);
+    T_Time out;
     EXPECT_EQ(T_SpanClipTime(&most, &half, &half, &out), 0);
     EXPECT_EQ(Words(out), "2/2");
 }
@@ -75,12 +72,9 @@ TEST_F(Times, OperatorsCompareLikeTheFunction)
         const T_Time a = {static_cast<int32_t>(word()), word()}, b = {static_cast<int32_t>(word()), word()};
         int32_t order = 0;
         ASSERT_EQ(T_CompareTime(&a, &b, &order), 0);
-        ASSERT_EQ(a < b, order < 0) << Words(a) << ' ' << Words(b);
-        ASSERT_EQ(a <= b, order <= 0) << Words(a) << ' ' << Words(b);
-        ASSERT_EQ(a == b, order == 0) << Words(a) << ' ' << Words(b);
-        ASSERT_EQ(a != b, order != 0) << Words(a) << ' ' << Words(b);
-        ASSERT_EQ(a >= b, order >= 0) << Words(a) << ' ' << Words(b);
-        ASSERT_EQ(a > b, order > 0) << Words(a) << ' ' << Words(b);
+        ASSERT_EQ(std::tuple(a<b, a <= b, a == b, a != b, a >= b, a> b),
+                  std::tuple(order<0, order <= 0, order == 0, order != 0, order >= 0, order> 0))
+            << Words(a) << ' ' << Words(b);
     }
     EXPECT_TRUE(Reports().empty());
     // A time of scale 0 equals everything, and every comparison says so in a report.
@@ -126,43 +120,44 @@ TEST_F(Times, DoublesAndTicks)
     EXPECT_EQ(Words(out), "3/4");
     EXPECT_EQ(T_FpLong2Time(&out, 3e9), 3);
     EXPECT_EQ(Words(out), "0/0");
-    ASSERT_EQ(Reports().size(), 1u);
-    EXPECT_EQ(Reports()[0],
-              (qltest::Report{0, U_Sev_PROBLEM, "QLTest error: Time argument is out of range."}));
-
-    EXPECT_EQ(T_FpLong2TimeValue(24, 0.5), 12);
-    EXPECT_EQ(T_FpLong2TimeValue(24, -1e12), kMin + 1);  // never the bad time's value
-    EXPECT_EQ(T_FpLong2TimeValue(24, 1e12), kMax);
-    EXPECT_EQ(T_FpLong2TimeValue(1, -2147483648.0), kMin + 1);
-    EXPECT_EQ(T_FpLong2TimeValue(24, NAN), 0);
-
-    EXPECT_EQ(T_TimeToTicks({1, 1}), 254016000000);
-    EXPECT_EQ(T_TimeToTicks({-1001, 30000}), -8475667200);
-    EXPECT_EQ(T_TimeToTicks({1, 0xFFFFFFFF}), 59);
-    EXPECT_EQ(T_TimeToTicks({kMax, 1}), INT64_MAX);
-    EXPECT_EQ(T_TimeToTicks(T_BadTime), INT64_MIN);
-    EXPECT_EQ(T_TimeToTicks({0, 0}), 0);
-    EXPECT_EQ(Words(T_TicksToTime(8475667200, 30000)), "1001/30000");
-    EXPECT_EQ(Words(T_TicksToTime(INT64_MIN, 30000)), "-2147483648/30000");
-
-    T_FloatTime time(T_Time{3, 2});
-    EXPECT_EQ(Words(time.MultiplyWith({1, 2}).ToStandardTime()), "2/2");  // 1.5 rounds away from zero
-    EXPECT_EQ(Words(T_FloatTime(-2.5, 7).ToStandardTime()), "-3/7");
-    EXPECT_EQ(Words(T_FloatTime().ToStandardTime()), "0/1");
-    EXPECT_EQ(T_FloatTimeValueToTimeValue(0x1p32 + 3), 3);
+    EXPECT_EQ(
+        Reports(),
+        (std::vector<qltest::Report>{{0, U_Sev_PROBLEM, "QLTest error: Time argument is out of range."}}));
+    // Never the value of the bad time.
+    for (const auto& [seconds, value] :
+         {std::pair(0.5, 12), std::pair(1e12, kMax), std::pair(-1e12, kMin + 1),
+          std::pair(-0x1p31 / 24, kMin + 1), std::pair(double{NAN}, 0)}) {
+        EXPECT_EQ(T_FpLong2TimeValue(24, seconds), value) << seconds;
+    }
+    using Ticks = std::pair<T_Time, int64_t>;
+    for (const auto& [time, ticks] :
+         {Ticks{{1, 1}, 254016000000}, Ticks{{-1001, 30000}, -8475667200}, Ticks{{1, 0xFFFFFFFF}, 59},
+          Ticks{{kMax, 1}, INT64_MAX}, Ticks{T_BadTime, INT64_MIN}, Ticks{{0, 0}, 0}}) {
+        EXPECT_EQ(T_TimeToTicks(time), ticks) << Words(time);
+    }
+    // Fractional values round halves away from zero.
+    for (const auto& [time, words] :
+         {Shown{T_TicksToTime(8475667200, 30000), "1001/30000"},
+          Shown{T_TicksToTime(INT64_MIN, 30000), "-2147483648/30000"},
+          Shown{T_FloatTime(T_Time{3, 2}).MultiplyWith({1, 2}).ToStandardTime(), "2/2"},
+          Shown{T_FloatTime(-2.5, 7).ToStandardTime(), "-3/7"}, Shown{T_FloatTime().ToStandardTime(), "0/1"},
+          Shown{T_FloatTime(0x1p32 + 3, 7).ToStandardTime(), "3/7"}}) {
+        EXPECT_EQ(Words(time), words);
+    }
 }
 
 // --- Frames ------------------------------------------------------------------------------------------------
 
 TEST_F(Times, FrameRatesNearTheKnownOnesAreExact)
 {
-    constexpr std::pair<int32_t, const char*> kRows[] = {
-        {1964114, "100/2997"}, {1964110, "100/2997"},   {1964118, "100/2997"}, {3928228, "50/2997"},
-        {1571291, "125/2997"}, {1571280, "125/2997"},   {785646, "250/2997"},  {982057, "200/2997"},
-        {1966080, "1/30"},     {1000000, "1000/15259"}, {65536, "1/1"},        {32768, "2/1"},
-        {0, "65536/0"},        {1, "1000/0"},           {-65536, "1/65535"},   {INT32_MIN, "1/32768"},
-        {INT32_MAX, "1/32768"}};
-    for (const auto& [rate, duration] : kRows) {
+    using Rate = std::pair<int32_t, const char*>;
+    for (const auto& [rate, duration] :
+         {Rate{1964114, "100/2997"}, Rate{1964110, "100/2997"}, Rate{1964118, "100/2997"},
+          Rate{3928228, "50/2997"}, Rate{1571291, "125/2997"}, Rate{1571280, "125/2997"},
+          Rate{785646, "250/2997"}, Rate{982057, "200/2997"}, Rate{1966080, "1/30"},
+          Rate{1000000, "1000/15259"}, Rate{65536, "1/1"}, Rate{32768, "2/1"}, Rate{0, "65536/0"},
+          Rate{1, "1000/0"}, Rate{-65536, "1/65535"}, Rate{INT32_MIN, "1/32768"},
+          Rate{INT32_MAX, "1/32768"}}) {
         T_Time out;
         EXPECT_EQ(T_FrameRate2Duration(rate, &out), 0);
         EXPECT_EQ(Words(out), duration) << rate;
@@ -171,24 +166,22 @@ TEST_F(Times, FrameRatesNearTheKnownOnesAreExact)
 
 TEST_F(Times, CountsFramesByMagnitude)
 {
-    const T_Time frame = {100, 2997}, backward = {-100, 2997};
+    const T_Time frame = {100, 2997}, backward = {-100, 2997}, none = {0, 1};
     struct Row {
         T_Time duration;
         int32_t down, up;
     };
+    int32_t count = 9;
+    double whole = 9;
     for (const Row& row : {Row{{0, 1}, 0, 0}, Row{{100, 2997}, 1, 1}, Row{{101, 2997}, 1, 2},
                            Row{{99, 2997}, 0, 1}, Row{{-250, 2997}, 2, 3}, Row{{3600, 1}, 107892, 107892}}) {
         for (const T_Time* unit : {&frame, &backward}) {
-            int32_t count = 9;
-            double whole = 9;
             EXPECT_EQ(T_CountFrames(&row.duration, unit, false, &count), 0);
             EXPECT_EQ(count, row.down) << Words(row.duration);
             EXPECT_EQ(T_CountFramesFloat(&row.duration, unit, true, &whole), 0);
             EXPECT_EQ(whole, row.up) << Words(row.duration);
         }
     }
-    int32_t count = 9;
-    const T_Time none = {0, 1};
     EXPECT_EQ(T_CountFrames(&frame, &none, true, &count), 0x1106);
     EXPECT_EQ(T_CountFrames(&T_BadTime, &frame, true, &count), 0x1106);
     EXPECT_EQ(count, 0);
@@ -221,8 +214,7 @@ TEST_F(Times, RoundsToAQuantum)
 
 TEST_F(Times, TheHighestFrameRateIsHeldInRange)
 {
-    for (const auto& [set, got] :
-         {std::pair(0, 1), std::pair(-5, 1), std::pair(120, 120), std::pair(5000, 999)}) {
+    for (const auto& [set, got] : {std::pair(0, 1), {-5, 1}, {120, 120}, {5000, 999}}) {
         T_SetMaxFPS(set);
         EXPECT_EQ(T_GetMaxFPS(), got);
     }
@@ -240,11 +232,8 @@ TEST_F(Times, SpansMeetAndJoin)
     for (const Row& row :
          {Row{"overlapping", {{0, 1}, {10, 1}}, {{5, 1}, {10, 1}}, "5/1 for 5/1", "0/1 for 15/1"},
           Row{"inside", {{0, 1}, {10, 1}}, {{2, 1}, {3, 1}}, "2/1 for 3/1", "0/1 for 10/1"},
-          Row{"disjoint, scale of the subtraction",
-              {{0, 1}, {1, 2}},
-              {{5, 1}, {1, 3}},
-              "5/1 for 0/2",
-              "0/1 for 16/3"},
+          // The scale is that of the subtraction.
+          Row{"disjoint", {{0, 1}, {1, 2}}, {{5, 1}, {1, 3}}, "5/1 for 0/2", "0/1 for 16/3"},
           Row{"backward", {{0, 1}, {-5, 1}}, {{0, 1}, {-7, 1}}, "0/1 for 0/1", "0/1 for 0/1"}}) {
         EXPECT_EQ(Words(T_IntersectSpans(row.a, row.b)), row.intersection) << row.name;
         EXPECT_EQ(Words(T_UnionSpans(row.a, row.b)), row.joined) << row.name;
@@ -273,15 +262,16 @@ TEST_F(Times, SpansTurnAroundAndContain)
     EXPECT_FALSE((T_TimeSpan{{1, 2}, {2, 1}} == T_TimeSpan{{1, 2}, {1, 1}}));
 
     const T_TimeSpan span = {{2, 1}, {3, 1}};
-    for (const auto& [time, inside] : {std::pair(T_Time{1, 1}, false), std::pair(T_Time{2, 1}, true),
-                                       std::pair(T_Time{49, 10}, true), std::pair(T_Time{5, 1}, false)}) {
+    using Time = std::pair<T_Time, bool>;
+    for (const auto& [time, inside] :
+         {Time{{1, 1}, false}, Time{{2, 1}, true}, Time{{49, 10}, true}, Time{{5, 1}, false}}) {
         EXPECT_EQ(span.Contains(time), inside) << Words(time);
     }
+    using Span = std::pair<T_TimeSpan, bool>;
     for (const auto& [other, inside] :
-         {std::pair(T_TimeSpan{{2, 1}, {3, 1}}, true), std::pair(T_TimeSpan{{3, 1}, {1, 1}}, true),
-          std::pair(T_TimeSpan{{1, 1}, {2, 1}}, false), std::pair(T_TimeSpan{{4, 1}, {2, 1}}, false),
-          std::pair(T_TimeSpan{{5, 1}, {0, 1}}, false), std::pair(T_TimeSpan{{2, 1}, {0, 1}}, true),
-          std::pair(T_TimeSpan{{4, 1}, {-3, 1}}, false)}) {
+         {Span{span, true}, Span{{{3, 1}, {1, 1}}, true}, Span{{{1, 1}, {2, 1}}, false},
+          Span{{{4, 1}, {2, 1}}, false}, Span{{{5, 1}, {0, 1}}, false}, Span{{{2, 1}, {0, 1}}, true},
+          Span{{{4, 1}, {-3, 1}}, false}}) {
         EXPECT_EQ(span.Contains(other), inside) << Words(other);
     }
 }
