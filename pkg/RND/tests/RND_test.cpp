@@ -26,8 +26,7 @@ Reader Floats()
 {
     RND_FloatState state;
     RND_InitFloatState(kSeed, &state);
-    return
-        [state](int32_t count, double* out) mutable { RND_GetNextRandomFloats(&state, count, out, -1, 2); };
+    return [state](auto count, auto* out) mutable { RND_GetNextRandomFloats(&state, count, out, -1, 2); };
 }
 
 Reader Integers()
@@ -35,7 +34,7 @@ Reader Integers()
     RND_LongState state;
     RND_InitLongState(kSeed, 1000000, &state);
     return [state](int32_t count, double* out) mutable {
-        std::vector<int32_t> values(static_cast<size_t>(std::max(count, 0)));
+        std::vector<int32_t> values(static_cast<size_t>(count));
         RND_GetNextRandomLongs(&state, -500, 499, count, values.data());
         std::copy(values.begin(), values.end(), out);
     };
@@ -45,20 +44,15 @@ Reader Gaussian()
 {
     RND_GaussianState state;
     RND_InitGaussianState(kSeed, &state);
-    return [state](int32_t count, double* out) mutable { RND_GetNextGaussianFloats(&state, count, out); };
+    return [state](auto count, auto* out) mutable { RND_GetNextGaussianFloats(&state, count, out); };
 }
 
-Reader MovingMean(int32_t size, bool isClipped, double confidence, double low, double high)
+Reader MovingMean(int32_t size, bool is_clipped, double confidence, double low, double high)
 {
     RND_BandLimitedHandle handle = nullptr;
-    EXPECT_EQ(RND_NewBandLimitedState(kSeed, isClipped, size, &handle, confidence, low, high), 0);
+    EXPECT_EQ(RND_NewBandLimitedState(kSeed, is_clipped, size, &handle, confidence, low, high), 0);
     const std::shared_ptr<RND_BandLimitedState*> owner(handle, RND_DisposeBandLimitedState);
-    return [owner](int32_t count, double* out) { RND_GetNextBLFloats(owner.get(), count, out); };
-}
-
-Reader BandLimited()
-{
-    return MovingMean(7, false, 1, 0, 1);
+    return [owner](auto count, auto* out) { RND_GetNextBLFloats(owner.get(), count, out); };
 }
 
 // The window is filled without the gain, and a few of the means are clipped.
@@ -99,26 +93,36 @@ TEST_P(EveryStream, IsPinnedCutsAnywhereAndHasItsMoments)
     EXPECT_NEAR(std::sqrt(squares / kCount), kind.deviation, kind.deviation * 0.01);
 }
 
+INSTANTIATE_TEST_SUITE_P(
+    Kinds, EveryStream,
+    testing::Values(
+        Kind{"Floats", Floats, 0.5, std::sqrt(0.75), {-0x1.e0a95667e0a95p-1, -0x1.e6951f0de6952p-1}},
+        Kind{"Integers", Integers, -0.5, 288.675, {-107, -149, 40, 245}},
+        Kind{"Gaussian", Gaussian, 0, 1, {0x1.5e67dd42771a9p-1, 0x1.11d7127ec2646p+1, -0x1.08f90cf273355p-2}},
+        Kind{"BandLimited",
+             [] { return MovingMean(7, false, 1, 0, 1); },
+             0.5,
+             0.1091,
+             {0x1.8fdb2627d8ffbp-2, 0x1.dd1647b8b884p-2}},
+        Kind{"InDoubt", InDoubt, 1.0308, 0.7116, {-0x1.cfec48c47a97p-3, 0x1.3b4bebae19dd8p-1}}),
+    [](const auto& kind) { return std::string(kind.param.name); });
+
 // --- Integers ----------------------------------------------------------------------------------------------
 
 TEST_F(Streams, DrawsFollowTheGenerator)
 {
     RND_LongState state;
+    std::vector<uint32_t> draws(1000), none(3, 9);
     for (const auto& [max, mask, shift] : {std::tuple(5u, 0xE0000000u, 29u), std::tuple(1u, 0x80000000u, 31u),
                                            std::tuple(8u, 0xF0000000u, 28u), std::tuple(~0u, ~0u, 0u)}) {
         ASSERT_EQ(RND_InitLongState(kSeed, max, &state), 0);
         EXPECT_EQ(std::tuple(state.count, state.seed, state.mask, state.shift),
                   std::tuple(0u, kSeed, mask, shift));
-        std::vector<uint32_t> draws(1000);
         RND_GetNextRandomMaskedLongs(&state, 1000, draws.data());
         uint32_t x = kSeed;
-        for (const uint32_t draw : draws) {
-            x = x * 1664525u + 1013904223u;
-            ASSERT_EQ(draw, (x & mask) >> shift);
-        }
+        for (const uint32_t draw : draws) ASSERT_EQ(draw, ((x = RNDp_Next(x)) & mask) >> shift);
         EXPECT_EQ(state.seed, x);
     }
-    std::vector<uint32_t> none(3, 9);
     EXPECT_EQ(RND_InitLongState(kSeed, 0, &state), 3);
     RND_GetNextRandomMaskedLongs(&state, 3, none.data());
     EXPECT_EQ(none, std::vector<uint32_t>(3, 0));
@@ -129,27 +133,25 @@ TEST_F(Streams, DrawsFollowTheGenerator)
 
 TEST_F(Streams, RangesTakeTheRemainder)
 {
+    std::vector<int32_t> values(500);
+    std::vector<uint32_t> draws(500);
     for (const auto& [low, high] :
          {std::pair(0, 999), std::pair(-5, 5), std::pair(3, 3), std::pair(INT32_MIN, INT32_MAX),
           std::pair(7, 2), std::pair(INT32_MIN, -1), std::pair(0, INT32_MAX)}) {
         RND_LongState state, same;
         RND_InitLongState(kSeed, ~0u, &state);
         same = state;
-        std::vector<int32_t> values(500);
-        std::vector<uint32_t> draws(500);
         RND_GetNextRandomLongs(&state, low, high, 500, values.data());
         RND_GetNextRandomMaskedLongs(&same, 500, draws.data());
-        const uint32_t range = static_cast<uint32_t>(high) - static_cast<uint32_t>(low) + 1;
+        const auto base = static_cast<uint32_t>(low), range = static_cast<uint32_t>(high) - base + 1;
         for (size_t i = 0; i < values.size(); ++i) {
             const uint32_t part = range == 0 ? draws[i] : draws[i] % range;
-            ASSERT_EQ(static_cast<uint32_t>(values[i]), part + static_cast<uint32_t>(low))
-                << low << ' ' << high;
+            ASSERT_EQ(static_cast<uint32_t>(values[i]), part + base) << low << ' ' << high;
         }
     }
-    for (uint32_t divisor : {1u, 2u, 3u, 1000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
-        const RNDp_Remainder remainder(divisor);
-        for (uint32_t value : {0u, 1u, divisor - 1, divisor, divisor + 1, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
-            EXPECT_EQ(remainder(value), value % divisor) << value << " by " << divisor;
+    for (const uint32_t divisor : {1u, 2u, 3u, 1000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+        for (const uint32_t value : {0u, 1u, divisor - 1, divisor, divisor + 1, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+            EXPECT_EQ(RNDp_Remainder(divisor)(value), value % divisor) << value << " by " << divisor;
         }
     }
 }
@@ -158,32 +160,31 @@ TEST_F(Streams, TheTableAndTheHash)
 {
     const uint32_t* table = nullptr;
     int32_t size = 0;
-    EXPECT_EQ(RND_Birth(), 0);
-    EXPECT_EQ(RND_Birth(), 0);
+    EXPECT_EQ(RND_Birth() + RND_Birth(), 0);
     RND_GetPrimeSizedTable(&table, &size);
     ASSERT_EQ(size, 4093);
     uint32_t x = 1785686885;
-    for (int32_t i = 0; i < size; ++i) ASSERT_EQ(table[i], x = x * 1664525u + 1013904223u) << i;
+    for (int32_t i = 0; i < size; ++i) ASSERT_EQ(table[i], x = RNDp_Next(x)) << i;
     RND_GetPrimeSizedTable(nullptr, nullptr);
     EXPECT_EQ(RND_Death(), 0);
     EXPECT_EQ(RND_HashInt(3), 0xDAA66D2Bu);
 }
 
+// --- Ends and failures -------------------------------------------------------------------------------------
+
 TEST_F(Streams, FloatsReachBothEnds)
 {
     // The draws 0xFFFFFFFF and 0 come out of these seeds.
     constexpr uint32_t kInverse = 4276115653u;  // of the multiplier, modulo 2^32
-    static_assert(kInverse * 1664525u == 1);
-    for (const uint32_t draw : {0xFFFFFFFFu, 0u}) {
+    static_assert(kInverse * RNDp_kMultiplier == 1);
+    for (const auto& [draw, end] : {std::pair(0xFFFFFFFFu, 5.0), std::pair(0u, -3.0)}) {
         RND_FloatState state;
-        RND_InitFloatState((draw - 1013904223u) * kInverse, &state);
+        RND_InitFloatState((draw - RNDp_kIncrement) * kInverse, &state);
         double value = 0;
         RND_GetNextRandomFloats(&state, 1, &value, -3, 5);
-        EXPECT_EQ(value, draw == 0 ? -3.0 : 5.0);
+        EXPECT_EQ(value, end);
     }
 }
-
-// --- Gaussian and band-limited -----------------------------------------------------------------------------
 
 TEST_F(Streams, GaussianEndsInADamagedState)
 {
@@ -205,8 +206,7 @@ TEST_F(Streams, BandLimitedGainIsTheSameForEveryDoubt)
     std::vector<double> values(400000);
     InDoubt()(400000, values.data());
     const auto [least, most] = std::minmax_element(values.begin(), values.end());
-    EXPECT_EQ(*least, -1);
-    EXPECT_EQ(*most, 3);
+    EXPECT_EQ(std::pair(*least, *most), std::pair(-1.0, 3.0));
 }
 
 TEST_F(Streams, BandLimitedRefusesWhatItDidNotMake)
@@ -236,8 +236,8 @@ TEST_F(Streams, BandLimitedRefusesWhatItDidNotMake)
 TEST_F(Streams, BandLimitedSurvivesMissingMemory)
 {
     RND_BandLimitedHandle handle = nullptr;
-    EXPECT_EQ(RND_NewBandLimitedState(1, false, INT32_MAX, &handle, 1, 0, 1),
-              4);  // more than any request may be
+    // More than any request may be.
+    EXPECT_EQ(RND_NewBandLimitedState(1, false, INT32_MAX, &handle, 1, 0, 1), 4);
     EXPECT_EQ(handle, nullptr);
     qltest::EveryAllocationFails([] {
         RND_BandLimitedHandle made = nullptr;
@@ -246,31 +246,5 @@ TEST_F(Streams, BandLimitedSurvivesMissingMemory)
         return err == 0 && made != nullptr;
     });
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Kinds, EveryStream,
-    testing::Values(
-        Kind{"Floats",
-             Floats,
-             0.5,
-             std::sqrt(0.75),
-             {-0x1.e0a95667e0a95p-1, -0x1.e6951f0de6952p-1, 0x1.42498c8742498p-1, 0x1.cf366ef1cf366p-1}},
-        Kind{"Integers", Integers, -0.5, 288.675, {-107, -149, 40, 245}},
-        Kind{"Gaussian",
-             Gaussian,
-             0,
-             1,
-             {0x1.5e67dd42771a9p-1, 0x1.11d7127ec2646p+1, -0x1.08f90cf273355p-2, 0x1.85939af1f1471p+1}},
-        Kind{"BandLimited",
-             BandLimited,
-             0.5,
-             std::sqrt(1.0 / 12 / 7),
-             {0x1.8fdb2627d8ffbp-2, 0x1.dd1647b8b884p-2, 0x1.18ef02083d815p-1, 0x1.2a826bf773a7p-1}},
-        Kind{"InDoubt",
-             InDoubt,
-             1.0308,
-             0.7116,
-             {-0x1.cfec48c47a97p-3, 0x1.3b4bebae19dd8p-1, 0x1.dabef69805b27p+0, 0x1.41c9827d218f2p+0}}),
-    [](const auto& kind) { return std::string(kind.param.name); });
 
 }  // namespace
