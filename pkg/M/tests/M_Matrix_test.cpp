@@ -172,19 +172,15 @@ TEST_F(Matrices, InversesOfSpace)
         M_Matrix4 inverse = m;
         ASSERT_EQ(M_InverseMatrix4Quiet(&inverse, &inverse, nullptr), 0);
         ASSERT_TRUE(AreInverse(m, inverse)) << i;
-        // Cofactors are the signed determinants of what is left without a row and a column.
         M_Matrix4 cofactors;
-        double determinant = 0, alone = 0, along = 0;
+        double determinant = 0, alone = 0;
         M_GetMatrix3DeterminantPlus(&m, &determinant, &cofactors);
         M_GetMatrix4Determinant(&m, &alone);
         ASSERT_EQ(determinant, alone);
-        const int row = i % 4, column = i / 4 % 4;
-        M_Matrix3 rest;
-        rest.AssignFromByDroppingIndices(m, row, column);
-        const double sign = (row + column) % 2 == 0 ? 1 : -1;
-        ASSERT_NEAR(cofactors.m[row][column], sign * rest.Determinant(), 1e-11);
-        for (int j = 0; j < 4; ++j) along += m.m[row][j] * cofactors.m[row][j];
-        ASSERT_NEAR(along, determinant, 1e-9);
+        for (auto& row : cofactors.Transpose().m) {
+            for (double& element : row) element /= determinant;
+        }
+        ASSERT_TRUE(AreInverse(cofactors, m)) << i;
     }
     M_Matrix4 m = {{{1e-17, 0, 0, 0}, {2, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}}, out;
     const M_Matrix4 adjugate = {{{1, 0, 0, 0}, {-2, 1e-17, 0, 0}, {0, 0, 1e-17, 0}, {0, 0, 0, 1e-17}}};
