@@ -3,8 +3,6 @@
 
 namespace {
 
-constexpr Err kAISC = MV_Err_IN_ACCESS_CALL;
-
 class Messages : public Stage {
   public:
     static Err Acquire(MVPlugin* plugin)

@@ -51,7 +51,7 @@ TEST_F(Runtime, KeepsListsOfTheHosts)
     ASSERT_EQ(MVAllocatePluginList(nullptr, &list), 0);
     MVPlugin* plugin = Add("Grain", On("Work", [&] { return MVFreePluginList(list); }), kPlain, list);
     ASSERT_EQ(Send(plugin, "Work"), 0);
-    EXPECT_EQ(result, MV_Err_IN_ACCESS_CALL);
+    EXPECT_EQ(result, kAISC);
     MVAdapter* adapter = nullptr;
     MVAddAdapter(plugin, "Text", 1, 0, nullptr, &adapter);
     const void* procs = nullptr;
@@ -76,7 +76,7 @@ TEST_F(Runtime, EndsWithoutAWordOfRefusal)
         return call.Is("Unload") ? MVFlushCaches(nullptr, nullptr) + Send(served, "Wake") : 0;
     });
     ASSERT_EQ(Send(served, "Work") | Send(plugin, "Work"), 0);
-    EXPECT_EQ(result, MV_Err_IN_ACCESS_CALL);
+    EXPECT_EQ(result, kAISC);
     EXPECT_EQ(MVInit(nullptr, nullptr, nullptr), MV_Err_PARAMETER);
     log.clear();
     sentences.clear();
@@ -145,7 +145,8 @@ TEST_F(Runtime, MayPoolItsStringsWithTheHost)
 TEST_F(Runtime, SurvivesEveryFailedAllocation)
 {
     ASSERT_EQ(MVTerm(), 0);
-    qltest::EveryAllocationFails([this] {
+    bool released = true;
+    qltest::EveryAllocationFails([&] {
         Forget();  // reports of failures are recorded, and that is no leak
         if (MVInit(nullptr, nullptr, "folder") != 0) return false;
         MVPropertyList* properties = nullptr;
@@ -161,8 +162,18 @@ TEST_F(Runtime, SurvivesEveryFailedAllocation)
              MVAddAdapter(plugin, "Text", 1, 0, nullptr, nullptr) == 0 &&
              MVAddPlugin(nullptr, file, nullptr, nullptr, nullptr, nullptr, nullptr) == 0 &&
              MVSendMessage(plugin, "Test", "Work", nullptr, &result) == 0;
+        MVSuiteList* list = nullptr;
+        MVSuite* missing = nullptr;
+        const void* procs = nullptr;
+        ok = ok && MVAllocateSuiteList(nullptr, nullptr, &list) == 0 && list &&
+             MVAddSuite(list, plugin, "Paint", 1, 1, &kProcs, nullptr) == 0 &&
+             MVFindSuite(list, "Brush", 1, 1, &missing) == 0 && list->searches &&
+             MVAcquireSuite(list, "Paint", 1, 0, &procs) == 0;
+        MVFreeSuiteList(list);
+        released &= !ok || CountOf(plugin) == 0;
         return MVTerm() == 0 && ok;
     });
+    EXPECT_TRUE(released) << "what a suite list holds goes with it";
     ASSERT_EQ(MVInit(&kProcs, this, nullptr), 0);
 }
 

@@ -104,6 +104,8 @@ TEST_F(Startup, BreaksWhatFailsOtherwise)
     } rows[] = {
         {"fine", [] { return 0; }, kStateStarted | kStateComplete, false},
         {"skips", [] { return 0; }, kStateStarted | kStateComplete | kStateSkipShutdown, false, kSkip},
+        {"starts all", [] { return MVStartupPlugins() - kAISC; }, kStateStarted | kStateComplete, false},
+        {"ends all", [] { return MVShutdownPlugins() - kAISC; }, kStateStarted | kStateComplete, false},
         {"result", [] { return 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, false},
         {"code", []() -> int { throw 5; }, kStateStarted | kStateBroken | kStateSkipShutdown, true},
         {"missing suite", [] { return MV_Err_SUITE_NOT_FOUND; }, 0, false},
@@ -205,7 +207,7 @@ TEST_F(Startup, ShutsDownBehindAnAdapterThatFails)
         log.clear();
         return MVShutdownPlugins();
     };
-    for (const auto& [itsCode, given] : {std::pair{0, 0}, {MV_Err_IN_ACCESS_CALL, 0}, {13, 13}}) {
+    for (const auto& [itsCode, given] : {std::pair{0, 0}, {kAISC, 0}, {13, 13}}) {
         EXPECT_EQ(shutDown(itsCode), given);
         EXPECT_EQ(Took("Shutdown"), (Lines{"Text", "Poem"}));
     }

@@ -1,8 +1,5 @@
 #include "MVSuites.h"
 
-#include <algorithm>
-
-#include "FailingAllocator.h"
 #include "Stage.h"
 
 namespace {
@@ -72,6 +69,7 @@ TEST_F(Suites, RefuseWhatCannotBeAdded)
     EXPECT_EQ(g_mvRuntime->suites->suites.size(), count);
     EXPECT_EQ(thrown, std::vector<Err>{MV_Err_SUITE_VERSION}) << "the others are only returned";
     EXPECT_EQ(MVAcquireSuite(nullptr, "Paint", 1, 2, nullptr), MV_Err_PARAMETER);
+    EXPECT_EQ(MVFreeSuiteList(g_mvRuntime->suites), MV_Err_PARAMETER);
 }
 
 // An announcement is completed in place, a search is noted once, and each step tells whether it met a need.
@@ -218,31 +216,6 @@ TEST_F(Suites, AskAV1Adapter)
     EXPECT_EQ(Release("Paint"), MV_Err_SUITE_RELEASED);
     EXPECT_EQ(Took("Release Suite").size(), 2u);
     EXPECT_EQ(Took("Startup"), Lines{}) << "its plug-ins are not messaged";
-}
-
-// --- Lists -------------------------------------------------------------------------------------------------
-
-TEST_F(Suites, SurviveEveryFailedAllocation)
-{
-    MVPlugin* plugin = Add("Painter");
-    Acquire("Paint");  // noted here, so that the scenario starts from one state
-    bool released = true;
-    qltest::EveryAllocationFails([&] {
-        Forget();
-        const int32_t held = std::max(0, CountOf(plugin));  // by loads that failed behind its "Reload"
-        MVSuiteList* list = nullptr;
-        if (MVAllocateSuiteList(nullptr, nullptr, &list) != 0 || !list) return false;
-        MVSuite *suite = nullptr, *missing = nullptr;
-        bool ok = MVAddSuite(list, plugin, "Paint", 1, 1, &kFirst, &suite) == 0;
-        ok = ok == (suite != nullptr) && ok;
-        ok = ok && MVFindSuite(list, "Brush", 1, 1, &missing) == 0 && list->searches;
-        ok = ok && MVAcquireSuite(list, "Paint", 1, 0, &procs) == 0;
-        released &= MVFreeSuiteList(list) == 0 && (!ok || CountOf(plugin) == held);
-        MVFlushCaches(nullptr, nullptr);
-        return ok;
-    });
-    EXPECT_TRUE(released) << "what a list held goes with it";
-    EXPECT_EQ(MVFreeSuiteList(g_mvRuntime->suites), MV_Err_PARAMETER);
 }
 
 }  // namespace

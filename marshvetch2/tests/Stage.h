@@ -13,6 +13,8 @@
 #include "MVp_Suites.h"
 #include "QLTest.h"
 
+constexpr Err kAISC = MV_Err_IN_ACCESS_CALL;
+
 /// One message as a plug-in gets it.
 struct Call {
     std::string_view caller, selector;
