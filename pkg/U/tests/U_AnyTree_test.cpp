@@ -100,7 +100,11 @@ TEST(AnyTree, ShapesAndTheirValidators)
     EXPECT_TRUE(tree.is_array() && tree.is_map() && tree.empty() &&
                 tree.get_self().GetType() == U_Any::Type_NULL);
     EXPECT_EQ(&tree.valid_array(), &tree.valid_map());
+    tree.put_self(5);
+    EXPECT_EQ(tree.get_self(), U_Any(5));
+    EXPECT_FALSE(tree.exists(static_cast<const char*>(nullptr)));
     tree.put(U_Any(1));
+    EXPECT_TRUE(tree.exists(static_cast<const unsigned char*>(nullptr)));
     EXPECT_EQ(Thrown<bad_uanytree_map>([&] { tree.valid_map(); }), "expected a map but got an array");
     EXPECT_TRUE(tree.is_array() && !tree.is_map());
     tree.put("named", 2);

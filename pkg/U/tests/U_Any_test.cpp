@@ -73,6 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"NumericString", Text16("-12.75"), Type_STRING, "-12.75", -12, -12.75, true, R"("-12.75")"},
         Row{"Multibyte", "3,5", Type_MBSTRING, "3,5", 3, 3, true, R"("3,5")"},
         Row{"MultibyteIsNoMagic", "mixed-foo", Type_MBSTRING, "mixed-foo", 0, 0, false, R"("mixed-foo")"},
+        Row{"NoBytes", static_cast<const char*>(nullptr), Type_MBSTRING, "", 0, 0, false, R"("")"},
+        Row{"NoUTF8", static_cast<const unsigned char*>(nullptr), Type_STRING, "", 0, 0, false, R"("")"},
         Row{"Tree", U_Any(Type_TREE), Type_TREE, "<tree>", 0, 0, false, ""},
         Row{"HeldTree", U_Any(boost::any(U_AnyTreeWrapper())), Type_TREE, "<tree>", 0, 0, false, ""},
         Row{"Unknown", U_Any(boost::any(std::vector<int>())), Type_NULL, "", 0, 0, false, "null"}),
