@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <barrier>
 #include <cstring>
-#include <thread>
 #include <vector>
 
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "MEMp_Counters.h"
 #include "MEMp_Heap.h"
@@ -136,29 +135,24 @@ TEST_F(Heaps, BalanceAcrossThreads)
 {
     constexpr int kThreads = 24;
     constexpr int kBlocks = 200;
-    const auto contend = [](auto body) {
-        std::barrier start(kThreads);
-        std::vector<std::jthread> threads;
-        for (int me = 0; me < kThreads; ++me) {
-            threads.emplace_back([&, me] {
-                start.arrive_and_wait();
-                for (int i = 0; i < kBlocks; ++i) body(me, i);
-                EXPECT_GE(MEM_GetMemUsage(), 0);
-            });
-        }
-    };
     std::vector<void*> blocks(kThreads * kBlocks);
-    contend([&](int me, int i) {
-        blocks[me * kBlocks + i] = MEM_NewPtrDebug(m_heap, 100 + me + i, nullptr, nullptr, 0);
-        MEM_AccountAllocation(me + 1);
+    zvktest::Contend(kThreads, [&](int me) {
+        for (int i = 0; i < kBlocks; ++i) {
+            blocks[me * kBlocks + i] = MEM_NewPtrDebug(m_heap, 100 + me + i, nullptr, nullptr, 0);
+            MEM_AccountAllocation(me + 1);
+        }
+        EXPECT_GE(MEM_GetMemUsage(), 0);
     });
     int64_t made = 0;
     for (void* block : blocks) made += static_cast<int64_t>(MEM_GetPtrSize(m_heap, block)) + kHeader;
     const int64_t accounted = kBlocks * kThreads * (kThreads + 1) / 2;
     EXPECT_EQ(InUse(), made + accounted);
-    contend([&](int me, int i) {
-        MEM_DisposePtr(m_heap, blocks[(me + 1) % kThreads * kBlocks + i]);
-        MEM_AccountAllocation(-(me + 1));
+    zvktest::Contend(kThreads, [&](int me) {
+        for (int i = 0; i < kBlocks; ++i) {
+            MEM_DisposePtr(m_heap, blocks[(me + 1) % kThreads * kBlocks + i]);
+            MEM_AccountAllocation(-(me + 1));
+        }
+        EXPECT_GE(MEM_GetMemUsage(), 0);
     });
     EXPECT_EQ(InUse(), 0);
 }

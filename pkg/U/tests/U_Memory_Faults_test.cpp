@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <barrier>
-#include <thread>
 
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "MemoryFixture.h"
 
@@ -120,7 +120,7 @@ TEST_F(Faults, OfManyThreadsEndWhereTheyBegan)
     void* blocks[kThreads];
     void* frames[kThreads];
     std::barrier meet(kThreads);
-    const auto body = [&](int me) {
+    zvktest::Contend(kThreads, [&](int me) {
         for (int round = 0; round < 40; ++round) {
             if (me == 0) SetAsync(round % 2 == 1);
             if (me == 1) U_InstallExternalMemoryManager(manager, [round] { return round * 1000ul; });
@@ -143,10 +143,7 @@ TEST_F(Faults, OfManyThreadsEndWhereTheyBegan)
             U_FreeRecycledPtr(frames[neighbour]);
             U_FreeHandle(handle);
         }
-    };
-    std::vector<std::thread> threads;
-    for (int me = 0; me < kThreads; ++me) threads.emplace_back(body, me);
-    for (auto& thread : threads) thread.join();
+    });
     U_UnInstallExternalMemoryManager(manager);
     EXPECT_EQ(U_GetMemUsage() - cache, atStart);
     EXPECT_EQ(Up_GetAccountFrameSize(), 0);

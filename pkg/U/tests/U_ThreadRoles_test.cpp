@@ -1,8 +1,6 @@
 #include "U.h"
 
-#include <barrier>
-#include <thread>
-
+#include "Contend.h"
 #include "FailingAllocator.h"
 #include "QLTest.h"
 #include "Up_ThreadRoles.h"
@@ -49,7 +47,7 @@ TEST(ThreadRoles, AreTheCallersAndAddUpAndAreTraced)
         role.enter();
         role.enter();
         EXPECT_TRUE(role.isOn());
-        std::thread([&] { EXPECT_FALSE(role.isOn()) << "another thread"; }).join();
+        zvktest::OnAnotherThread([&] { EXPECT_FALSE(role.isOn()) << "another thread"; });
         role.leave();
         EXPECT_EQ(role.isOn(), role.many);
         if (role.many) role.leave();
@@ -70,7 +68,7 @@ TEST(ThreadRoles, OthersAreRegisteredByIdOrReplaceTheFormer)
 {
     EXPECT_EQ(U_PSLThreadID() & U_PRThreadID(), ~0ul);
     U_RegisterPSLThread();
-    std::thread([] { U_RegisterPSLThread(); }).join();
+    zvktest::OnAnotherThread(U_RegisterPSLThread);
     EXPECT_FALSE(U_IsOnPSLThread());
     EXPECT_NE(U_PSLThreadID(), ~0ul);
     U_DeregisterPSLThread();
@@ -120,10 +118,7 @@ TEST_F(ThreadRolesOfTheBorn, RegisteringSurvivesFailedAllocations)
 
 TEST(ThreadRoles, HoldUnderContention)
 {
-    constexpr int kThreads = 8;
-    std::barrier start(kThreads);
-    const auto body = [&] {
-        start.arrive_and_wait();
+    zvktest::Contend(8, [](int) {
         for (int round = 0; round < 300; ++round) {
             U_RenderThreadRegistration outer;
             {
@@ -134,9 +129,7 @@ TEST(ThreadRoles, HoldUnderContention)
             EXPECT_TRUE(U_IsOnRenderThread() && !U_IsOnInterFrameRenderThread());
         }
         EXPECT_FALSE(U_IsOnRenderThread());
-    };
-    std::vector<std::jthread> threads;
-    for (int at = 0; at < kThreads; ++at) threads.emplace_back(body);
+    });
 }
 
 TEST(MaxNumThreads, FollowTheCPUs)
