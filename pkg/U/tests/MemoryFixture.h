@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <iterator>
-#include <mutex>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "Contend.h"
 #include "QLTest.h"
 #include "Up_Memory.h"
 #include "zvkappsupport/feature/Feature.h"
@@ -65,32 +65,24 @@ class TraceLines {
     TraceLines()
     {
         for (const char* channel : {"U", "U_Memory"}) zvkcore::debug::SetTraceLevel(channel, 10);
-        zvkcore::debug::SetTraceSink([this](int, std::string_view, std::string_view text) {
-            const std::string head = "<" + std::to_string(U_GetCurrentThreadID()) + "> <U> <";
-            if (text.starts_with(head)) text.remove_prefix(text.find("> ", head.size()) + 2);
-            std::lock_guard lock(m_mutex);
-            m_lines.emplace_back(text);
-        });
     }
-    ~TraceLines()
-    {
-        zvkcore::debug::SetTraceSink({});
-        zvkcore::debug::ResetTraceLevels();
-    }
+    ~TraceLines() { zvkcore::debug::ResetTraceLevels(); }
 
     /// Those that begin with `head`, in their order.
-    std::vector<std::string> With(std::string_view head) const
+    std::vector<std::string> With(std::string_view head)
     {
-        std::lock_guard lock(m_mutex);
+        const std::string thread = "<" + std::to_string(U_GetCurrentThreadID()) + "> <U> <";
+        std::istringstream text(m_recorder.Text());
         std::vector<std::string> found;
-        std::copy_if(m_lines.begin(), m_lines.end(), std::back_inserter(found),
-                     [&](const std::string& line) { return line.starts_with(head); });
+        for (std::string line; std::getline(text, line);) {
+            if (line.starts_with(thread)) line.erase(0, line.find("> ", thread.size()) + 2);
+            if (line.starts_with(head)) found.push_back(line);
+        }
         return found;
     }
 
   private:
-    mutable std::mutex m_mutex;
-    std::vector<std::string> m_lines;
+    zvktest::TraceRecorder m_recorder;
 };
 
 class Memory : public Library {

@@ -90,7 +90,7 @@ TEST_F(Gathering, TracesAPoolLargerThanTheProcess)
     Up_AmountsFor(false, 0);
     EXPECT_EQ(lines.With("Recycler"),
               (std::vector<std::string>{"Recycler's free pool size(" + pool +
-                                        ") spiked beyond approximate total memory usage(1048576)\n"}));
+                                        ") spiked beyond approximate total memory usage(1048576)"}));
 }
 
 }  // namespace

@@ -176,27 +176,23 @@ TEST_F(DirectFigures, StandForUseAndFollowTheVirtualSizeOnceAdjusted)
 // The platform's own probe, on the machine that runs the test.
 TEST(PlatformFigures, ArePlausible)
 {
-    uint64_t virtualBytes = 0;
-    uint64_t resident = 0;
-    uint64_t footprint = 0;
+    uint64_t virtualBytes = 0, resident = 0, footprint = 0;
     ASSERT_TRUE(Up_G_platformProbe.process(nullptr, &virtualBytes, &resident));
     ASSERT_TRUE(Up_G_platformProbe.footprint(nullptr, &footprint));
     EXPECT_GT(resident, 100u << 10);
     EXPECT_GT(virtualBytes, resident);
     EXPECT_GT(footprint, resident / 2);
-    long long freeBytes = 0;
-    long long inactiveBytes = 0;
+    long long freeBytes = 0, inactiveBytes = -1;
     EXPECT_EQ(U_GetFreeMemoryPoolSizes(freeBytes, inactiveBytes), 0);
     EXPECT_GT(freeBytes, 0);
     EXPECT_GE(inactiveBytes, 0);
 
-    U_MemoryProbe mute{};
+    U_MemoryProbe mute{}, former{};
     EXPECT_EQ(U_SetMemoryProbe(&mute, nullptr), 3) << "a record without its size";
     mute.recordSize = sizeof mute.recordSize;
     EXPECT_EQ(U_SetMemoryProbe(&mute, nullptr), 0) << "a short record lacks the rest";
     EXPECT_EQ(U_GetFreeMemoryPoolSizes(freeBytes, inactiveBytes), 1);
     EXPECT_EQ(freeBytes, 0);
-    U_MemoryProbe former{};
     EXPECT_EQ(U_SetMemoryProbe(nullptr, &former), 0);
     EXPECT_EQ(former.recordSize, sizeof mute.recordSize);
 }

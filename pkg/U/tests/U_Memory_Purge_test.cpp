@@ -36,24 +36,24 @@ TEST_F(Purging, EndsInItsWay)
     HostHas(10 * kMiB, 2 * kMiB);
     SetRoom(0);
     const std::string words = lastWords(5 * kMiB, true);
-    EXPECT_TRUE(words.starts_with(under) && words.ends_with("request=5242880, recycled=1\n"));
+    EXPECT_TRUE(words.starts_with(under) && words.ends_with("request=5242880, recycled=1"));
     EXPECT_EQ(m_asked, (std::vector<Asked>{{5 * kMiB, 5 * kMiB}, {5 * kMiB, 3 * kMiB}, {5 * kMiB, kMiB}}));
 
     HostHas(kMiB, 0);
     SetRoom(0);
-    EXPECT_EQ(lastWords(kMiB, false), nothing + "0\n");
+    EXPECT_EQ(lastWords(kMiB, false), nothing + "0");
     EXPECT_EQ(m_asked.size(), 1u);
 
     HostHas(10 * kMiB, kMiB, 5);  // its answer ends the purge
     SetRoom(0);
     EXPECT_EQ(lastWords(4 * kMiB, false),
-              "Issuing Purge Request\tblock_request:\t4194304\tamt_to_purge:\t4194304\n");
+              "Issuing Purge Request\tblock_request:\t4194304\tamt_to_purge:\t4194304");
 
     // A recycled block counts the pool as free, so there is nothing in it to take.
     const uint64_t pool = FillPool(8 * kMiB);
     HostHas(0, 0, 0, true);
     SetRoom(0);
-    EXPECT_EQ(lastWords(kMiB, true), nothing + "1\n");
+    EXPECT_EQ(lastWords(kMiB, true), nothing + "1");
     EXPECT_EQ(U_GetRecycledMemorySize(), pool);
 
     // For others it counts as used. The cache goes in the first round; the second asks again, frees nothing, and
@@ -63,7 +63,7 @@ TEST_F(Purging, EndsInItsWay)
     EXPECT_TRUE(lastWords(12 * kMiB, false).starts_with(under));
     EXPECT_EQ(m_asked, (std::vector<Asked>{{12 * kMiB, 12 * kMiB}, {12 * kMiB, 2 * kMiB}}));
     EXPECT_EQ(U_GetRecycledMemorySize(), 0u);
-    EXPECT_EQ(lastWords(kGiB, false), "DONE. Purge recycled not freeing anything\n");
+    EXPECT_EQ(lastWords(kGiB, false), "DONE. Purge recycled not freeing anything");
 }
 
 TEST_F(Purging, AimsPastTheRequest)
@@ -103,7 +103,7 @@ TEST_F(Purging, LooksAtThePoolForARecycledBlock)
     EXPECT_EQ(Up_OkayToAllocBlock(0, &ok, true), 0);
     EXPECT_EQ(m_asked, (std::vector<Asked>{{over, over}, {1, over + 1}}));
     EXPECT_EQ(U_GetRecycledMemorySize(), over);
-    const std::string amount = "amoutToPurge=" + std::to_string(over) + "\n";
+    const std::string amount = "amoutToPurge=" + std::to_string(over) + "";
     EXPECT_TRUE(lines.With("MEM Amount").back().ends_with(amount));
 }
 
@@ -234,24 +234,22 @@ TEST_F(Preview, AsksTheHostLast)
         bool askHost;
         int status;  // -1: no callback
         bool exceeded, hit;
-        size_t purges;
         const char* words;
     };
     const Row rows[] = {
-        {"Fits", 0, 0, true, 2, false, false, 0, ""},
-        {"FitsAfterAPurge", kMiB, 2 * kMiB, true, 1, false, true, 1, ""},
-        {"HostNotAsked", kMiB, 0, false, 2, true, true, 3, ""},
-        {"NoHost", kMiB, 0, true, -1, true, true, 3, ""},
-        {"Available", kMiB, 0, true, 2, false, true, 3, "available because purgeable memory is available.\n"},
-        {"Exhausted", kMiB, 0, true, 1, true, true, 3, "exhausted because purgeable memory has exhausted.\n"},
-        {"UnknownValue", kMiB, 0, true, 77, true, true, 3,
-         "exhausted because purgeable memory has exhausted.\n"},
-        {"UnknownBelowOverage", kGiB - 1, 0, true, 0, false, true, 3,
+        {"Fits", 0, 0, true, 2, false, false, ""},
+        {"FitsAfterAPurge", kMiB, 2 * kMiB, true, 1, false, true, ""},
+        {"HostNotAsked", kMiB, 0, false, 2, true, true, ""},
+        {"NoHost", kMiB, 0, true, -1, true, true, ""},
+        {"Available", kMiB, 0, true, 2, false, true, "available because purgeable memory is available."},
+        {"Exhausted", kMiB, 0, true, 1, true, true, "exhausted because purgeable memory has exhausted."},
+        {"UnknownValue", kMiB, 0, true, 77, true, true, "exhausted because purgeable memory has exhausted."},
+        {"UnknownBelowOverage", kGiB - 1, 0, true, 0, false, true,
          "available because purgeable memory status is unknown and overage(1024.00 MB) is below "
-         "maximum(1.00 GB).\n"},
-        {"UnknownAtOverage", kGiB, 0, true, 0, true, true, 3,
+         "maximum(1.00 GB)."},
+        {"UnknownAtOverage", kGiB, 0, true, 0, true, true,
          "exhausted because purgeable memory status is unknown and overage(1.00 GB) is above "
-         "maximum(1.00 GB).\n"},
+         "maximum(1.00 GB)."},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -265,7 +263,7 @@ TEST_F(Preview, AsksTheHostLast)
         EXPECT_EQ(U_CheckRAMPurgeLimit(&exceeded, kMiB, &hit, row.askHost), 0);
         EXPECT_EQ(exceeded, row.exceeded);
         EXPECT_EQ(hit, row.hit);
-        EXPECT_EQ(m_asked.size(), row.purges);
+        EXPECT_EQ(m_asked.size(), !row.hit ? 0u : row.frees ? 1u : 3u) << "three rounds at most";
         if (!m_asked.empty()) {
             EXPECT_EQ(m_asked[0].request, kMiB + 1);
         }
