@@ -125,7 +125,10 @@ TEST_F(Front, DropsAReportFromInsideAReportAndLetsACallbacksCodeOut)
     EXPECT_EQ(U_ResizePtr(1, 2 * kGiB, "outer", &block), 77);
     EXPECT_EQ(depth, 2) << "the guard is open again";
     EXPECT_EQ(block, nullptr);
+    char** handle = U_AllocateHandleQuiet(10);
+    EXPECT_EQ(U_ResizeHandle(1, 2 * kGiB, "outer", &handle), 77);
     U_FreePtr(kept);
+    U_FreeHandle(handle);
 }
 
 TEST_F(Front, ResizesAndDuplicates)
