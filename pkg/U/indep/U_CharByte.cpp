@@ -1,6 +1,6 @@
-// The byte classifier. A last byte of Shift-JIS, CP949 or GB18030 can have any value that a first byte has, and
-// many that ASCII has, so the only way to know a byte is to walk the text from its start, and the only one who
-// knows the lengths is the system's locale for the encoding.
+// The byte classifier. A last byte of Shift-JIS, CP949 or GB18030 can have any value that a first byte has,
+// and many that ASCII has, so the only way to know a byte is to walk the text from its start, and the only
+// one who knows the lengths is the system's locale for the encoding.
 #include <algorithm>
 #include <array>
 #include <atomic>

@@ -32,8 +32,8 @@ size_t EncodedSize(unsigned short unit, unsigned int encoding)
     return bytes.size();
 }
 
-// The bytes go over the input, which keeps its terminator: they must be as many as before. Where the whole does
-// not come out so, each unit that would change its size keeps its case.
+// The bytes go over the input, which keeps its terminator: they must be as many as before. Where the whole
+// does not come out so, each unit that would change its size keeps its case.
 std::string MapCase(const U_UTF16String& units, size_t size, UChar32 (*map)(UChar32))
 {
     const unsigned int encoding = U_GetPlatformSpecificCurrentTextEncodingForSerialization();

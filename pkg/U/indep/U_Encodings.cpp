@@ -1,6 +1,6 @@
-// The encodings by number, on ICU's converters. A converter has state and is dear to open, so each thread keeps
-// those that it used. Toward 16 bits, what a converter gives for one and two bytes is kept in rows that all
-// threads share. ICU never shows outside this file.
+// The encodings by number, on ICU's converters. A converter has state and is dear to open, so each thread
+// keeps those that it used. Toward 16 bits, what a converter gives for one and two bytes is kept in rows that
+// all threads share. ICU never shows outside this file.
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
@@ -25,8 +25,8 @@ struct Encoding {
     size_t bytesAUnit;  // room for output, for each 16-bit unit
     bool turned;        // see TurnControls
 };
-// UTF-8 needs no converter and has no row. A single-byte encoding gets two bytes a unit as well: callers rely on
-// the room, not on the need.
+// UTF-8 needs no converter and has no row. A single-byte encoding gets two bytes a unit as well: callers rely
+// on the room, not on the need.
 constexpr Encoding kEncodings[] = {
     {U_ENCODING_MAC_ROMAN, "macintosh", 2, false},
     {U_ENCODING_MAC_JAPANESE, "windows-932", 2, true},
@@ -59,8 +59,8 @@ struct CloseConverter {
 };
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
-// What happens at a character that the encoding lacks, or a lone surrogate. ICU's own callbacks for the same would
-// drop characters that are merely invisible.
+// What happens at a character that the encoding lacks, or a lone surrogate. ICU's own callbacks for the same
+// would drop characters that are merely invisible.
 void U_CALLCONV Stop(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32,
                      UConverterCallbackReason, UErrorCode*)
 {
@@ -74,7 +74,7 @@ void U_CALLCONV WriteQuestionMark(const void*, UConverterFromUnicodeArgs* argume
     ucnv_cbFromUWriteBytes(arguments, "?", 1, 0, error);
 }
 
-// The calling thread's converter of a table row, as it was opened but for its callbacks; null if ICU has none.
+// The calling thread's converter of a table row, as opened but for its callbacks; null if ICU has none.
 UConverter* ConverterOf(const Encoding& encoding)
 {
     thread_local std::array<Converter, std::size(kEncodings)> t_converters;
@@ -101,7 +101,7 @@ ptrdiff_t DecodeByConverter(std::string_view text, UConverter* converter, unsign
     return -1;
 }
 
-// The characters that begin with one byte, as the converter gives them: the byte alone, or with each second byte.
+// The characters that begin with one byte, as the converter gives them: the byte alone, or with each second.
 struct LeadRow {
     unsigned short single;
     unsigned short pairs[256];
@@ -135,8 +135,9 @@ const LeadRow& LeadRowOf(const Encoding& encoding, UConverter* converter, unsign
     return *row.release();
 }
 
-// Converts into the caller's units; no byte of these encodings becomes more than one. ASCII is itself in each of
-// them. What the rows lack, which is the characters of four bytes and what is not valid, is the converter's.
+// Converts into the caller's units; no byte of these encodings becomes more than one. ASCII is itself in each
+// of them. What the rows lack, which is the characters of four bytes and what is not valid, is the
+// converter's.
 ptrdiff_t Decode(std::string_view text, const Encoding& encoding, UConverter* converter,
                  unsigned short* units)
 {

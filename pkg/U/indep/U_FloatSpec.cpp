@@ -24,8 +24,8 @@ constexpr bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// Reads an integer as scanf's %d does: blanks, a sign, digits. Without a digit nothing is written. A number too
-// large for an int is the nearest one.
+// Reads an integer as scanf's %d does: blanks, a sign, digits. Without a digit nothing is written. A number
+// too large for an int is the nearest one.
 bool ScanInt(const char*& at, int& value)
 {
     const char* text = at;
@@ -75,8 +75,8 @@ unsigned int ReadFlags(const char* text)
 NumberSpec ReadSpec(const char* text)
 {
     NumberSpec spec;
-    // Wanted: a pair that begins with its point is passed over and both defaults stand, though its digits count
-    // as read. Templates in use rely on it.
+    // Wanted: a pair that begins with its point is passed over and both defaults stand, though its digits
+    // count as read. Templates in use rely on it.
     if (IsDigit(*text)) {
         const char* at = text;
         ScanInt(at, spec.left);
@@ -87,8 +87,8 @@ NumberSpec ReadSpec(const char* text)
     return spec;
 }
 
-// Takes the specification at `place` out of `text`. Wanted: a bare placeholder trims zeros, and one with an empty
-// specification does not.
+// Takes the specification at `place` out of `text`. Wanted: a bare placeholder trims zeros, and one with an
+// empty specification does not.
 NumberSpec TakeSpec(U_UTF16String& text, size_t place)
 {
     if (place >= text.size() || text[place] != '@') {

@@ -1,6 +1,6 @@
-// Numbers as text and back. Everything up to the number locale works on a fixed buffer of plain ASCII, in which
-// bytes are characters, and with <charconv>, which knows no locale: a decimal comma of the process changes
-// nothing here.
+// Numbers as text and back. Everything up to the number locale works on a fixed buffer of plain ASCII, in
+// which bytes are characters, and with <charconv>, which knows no locale: a decimal comma of the process
+// changes nothing here.
 #include <algorithm>
 #include <charconv>
 #include <cmath>

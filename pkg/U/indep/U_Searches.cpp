@@ -9,7 +9,7 @@ namespace {
 
 enum class Which { kFirst, kLast };
 
-// Gives the position of the first or last character start at which `matches` says yes, the terminator counted.
+// Gives the position of the first or last character start at which `matches` says yes; the end is one.
 template <class Matches>
 char* Find(const char* text, Which which, const Matches& matches)
 {

@@ -1,8 +1,8 @@
 // Substitution: for each number from 1 on, the first place of its placeholder in the text so far is filled.
 //
-// The text so far holds what earlier arguments brought along, and is searched as a whole; the template itself is
-// searched too, so that an argument with a caret in it counts as a placeholder only where the template has the
-// same one. Both searches are what translators' templates are written against.
+// The text so far holds what earlier arguments brought along, and is searched as a whole; the template itself
+// is searched too, so that an argument with a caret in it counts as a placeholder only where the template has
+// the same one. Both searches are what translators' templates are written against.
 #include <cstdarg>
 #include <cstring>
 
@@ -40,8 +40,8 @@ class Tag {
     size_t m_size = 1;
 };
 
-// The placeholders of a template, from one look at its carets. Most forms of most numbers are in none, and need
-// not be searched for.
+// The placeholders of a template, from one look at its carets. Most forms of most numbers are in none, and
+// need not be searched for.
 class TagsOf {
   public:
     explicit TagsOf(const U_UTF16String& format)
@@ -61,8 +61,8 @@ class TagsOf {
     unsigned m_numbers[std::size(kKinds)] = {};  // a bit for each
 };
 
-// The first place of `tag`, whose first unit is a caret, in `text`. Carets are rare, and looked for as bytes, which
-// is what the C library does fastest; half of another unit may look like one.
+// The first place of `tag`, whose first unit is a caret, in `text`. Carets are rare, and looked for as bytes,
+// which is what the C library does fastest; half of another unit may look like one.
 size_t FindTag(UTF16View tag, UTF16View text)
 {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data());

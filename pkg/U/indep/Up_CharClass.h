@@ -20,7 +20,7 @@ int Up_GetByteTypeUsingUnixMethods(const char* text, long index, Up_CharLocale l
 /// Steps through text character by character. From the first byte that begins no valid character on, every
 /// byte counts as a character, and none of them is valid.
 ///
-/// All encodings here write ASCII as itself, so the thread's locale is switched only where another byte is met.
+/// All encodings here write ASCII as itself, so the thread's locale is switched only at another byte.
 class Up_CharWalk {
   public:
     /// text  `size` bytes without a zero byte; they must outlive the walk
@@ -73,8 +73,8 @@ class Up_CharWalk {
     std::optional<Up_ScCharLocale> m_inForce;
 };
 
-/// The longest length of at most `limit` at which the terminated `text` can end without splitting a character:
-/// its own length if that is no longer.
+/// The longest length of at most `limit` at which the terminated `text` can end without splitting a
+/// character: its own length if that is no longer.
 size_t Up_CutLength(const char* text, size_t limit);
 
 /// The same for text of which only `size` bytes are known to exist. If it has no terminator in them, a

@@ -20,7 +20,7 @@ bool Up_TryDecode(std::string_view text, unsigned int encoding, U_UTF16String& o
 
 /// Converts to exactly this encoding. Not `strict`, a character that it lacks becomes a question mark.
 ///
-/// returns  false, and `out` empty, when not everything could be written, and for a number without a converter
+/// returns  false, and `out` empty, when something could not be written, or the number has no converter
 bool Up_TryEncode(const U_UTF16String& text, unsigned int encoding, bool strict, std::string& out);
 
 /// Reports that a text could not be converted, and throws `code` as an `int`, or 1 for a `code` of 0.

@@ -34,8 +34,8 @@ Err Up_SubString(U_UTF16String& out, const U_UTF16String& format, Up_SubStringAr
 bool Up_InBothStrings(zvkcore::string::UTF16View tag, const U_UTF16String& format,
                       const U_UTF16String& current, size_t* position);
 
-/// Formats a number as the specification at `place` in `text` asks, and erases the specification. Complaints are
-/// reported.
+/// Formats a number as the specification at `place` in `text` asks, and erases the specification. Complaints
+/// are reported.
 U_UTF16String Up_FormatSubStringFloat(double value, U_UTF16String& text, size_t place);
 
 #endif

@@ -26,8 +26,8 @@ struct TextSample {
     }
 };
 
-// In Shift-JIS the second byte of 95 5C is a backslash, and B1 is a character of one byte; 81 41 of CP949 ends in
-// a capital letter; GB18030 has characters of four bytes, with digits in them.
+// In Shift-JIS the second byte of 95 5C is a backslash, and B1 is a character of one byte; 81 41 of CP949
+// ends in a capital letter; GB18030 has characters of four bytes, with digits in them.
 inline const std::vector<TextSample> kTextSamples = {
     {"ShiftJIS", U_ENCODING_MAC_JAPANESE, "A\x95\x5C\x42\xB1\x5C\x83\x5C", {0, 1, 3, 4, 5, 6}},
     {"CP949", U_ENCODING_MAC_KOREAN, "a\x81\x41\x41\xB0\xA1z", {0, 1, 3, 4, 6}},

@@ -21,8 +21,8 @@ struct Row {
     const char16_t* units;
 };
 
-// The control characters of code page 932 are turned round in some tables; the last bytes of 0x5C and 0x7E are
-// ASCII; a byte B1 is half-width kana. Text in UTF-8 may need three bytes for each unit.
+// The control characters of code page 932 are turned round in some tables; the last bytes of 0x5C and 0x7E
+// are ASCII; a byte B1 is half-width kana. Text in UTF-8 may need three bytes for each unit.
 const Row kRows[] = {
     {"MacRoman", 0, 10000, "caf\x8E \xDB", u"caf\u00E9 \u20AC"},
     {"MacJapanese", 1, 10001, "A\x95\x5C\x5C\x7E\xB1", u"A\u8868\\~\uFF71"},

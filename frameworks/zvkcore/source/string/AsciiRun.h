@@ -1,7 +1,7 @@
 // The step that makes plain ASCII cheap: sixteen or eight characters at once.
 //
-// The functions read a whole block, or half a one, write as much, and give a word with a bit for each character
-// that is not ASCII, the first one lowest; what they wrote from there on means nothing.
+// The functions read a whole block, or half a one, write as much, and give a word with a bit for each
+// character that is not ASCII, the first one lowest; what they wrote from there on means nothing.
 #ifndef ZVKCORE_SOURCE_STRING_ASCIIRUN_H
 #define ZVKCORE_SOURCE_STRING_ASCIIRUN_H
 
@@ -131,7 +131,7 @@ inline bool AnyOtherInStride(const Unit* at) noexcept
 #endif
 }
 
-// Whether a whole text is ASCII. One that is not is left early; the last eight characters may be looked at twice.
+// Whether a whole text is ASCII. One that is not is left early; the last eight may be looked at twice.
 template <class Unit>
 inline bool IsAscii(const Unit* text, std::size_t size) noexcept
 {

@@ -1,5 +1,6 @@
-// Plain ASCII becomes a string straight from its source. Other text runs through a buffer on the stack: a short one
-// is copied once into a string of its exact size, a long one is appended piece by piece. Nothing is zeroed first.
+// Plain ASCII becomes a string straight from its source. Other text runs through a buffer on the stack: a
+// short one is copied once into a string of its exact size, a long one is appended piece by piece. Nothing is
+// zeroed first.
 //
 // Ill-formed UTF-8 is divided as the Unicode standard recommends (chapter 3, "maximal subparts"): the longest
 // prefix of a well-formed sequence counts as one piece, any other byte as one. No state.
@@ -32,7 +33,7 @@ constexpr bool IsTrailSurrogate(std::uint32_t unit)
     return (unit & 0xFFFFFC00u) == 0xDC00;
 }
 
-// Reads a multibyte sequence that may be cut or ill-formed. On failure `at` moves behind the ill-formed piece.
+// Reads a multibyte sequence that may be cut or ill-formed. On failure `at` moves behind that piece.
 bool ReadSequence(const unsigned char*& at, const unsigned char* end, std::uint32_t& code)
 {
     const unsigned char lead = *at++;
@@ -80,7 +81,7 @@ inline void WriteFour(std::uint32_t bytes, unsigned char* out)
     }
 }
 
-// Converts the sequence of several bytes at the front of these four and gives its length, 0 where it is ill-formed.
+// Converts the sequence of several bytes at the front of these four and gives its length; 0 if ill-formed.
 [[gnu::always_inline]] inline int WidenSequence(std::uint32_t four, unsigned short*& out)
 {
     if ((four & 0xC0C0F0) == 0x8080E0) {
@@ -117,9 +118,10 @@ struct Target {
     bool valid;
 };
 
-// Both directions convert a slice [at, stop) of a text that ends at `end`: a sequence that begins in the slice is
-// read to its own end. The caller has room for the whole slice. Two loops take turns: one over blocks of ASCII,
-// and one over characters that stays with short runs of ASCII. The result is where the reading ended.
+// Both directions convert a slice [at, stop) of a text that ends at `end`: a sequence that begins in the
+// slice is read to its own end. The caller has room for the whole slice. Two loops take turns: one over
+// blocks of ASCII, and one over characters that stays with short runs of ASCII. The result is where the
+// reading ended.
 [[gnu::noinline]] const unsigned char* ConvertSlice(const unsigned char* at, const unsigned char* stop,
                                                     const unsigned char* end, Target<unsigned short>& target)
 {
@@ -224,8 +226,8 @@ constexpr std::size_t RoomFor(std::size_t slice)
 
 enum class OnIllFormed { kReplace, kGiveNothing };
 
-// A text of one slice gets a string of its exact size. The capacity of a longer one is enough but for text outside
-// ASCII on its way to UTF-8, which may grow.
+// A text of one slice gets a string of its exact size. The capacity of a longer one is enough but for text
+// outside ASCII on its way to UTF-8, which may grow.
 template <class Out, class View>
 [[gnu::noinline]] Out ConvertByRoom(View text, OnIllFormed what, bool& valid)
 {

@@ -1,7 +1,7 @@
 // The symbols of a locale, read from ICU once for each locale that a host sets.
 //
-// State: g_current, the form in force, null for the plain one; atomic. g_known, every form ever read, so that a
-// reader may go on with a form while another is set; guard: g_knownGuard for adding, forms themselves never
+// State: g_current, the form in force, null for the plain one; atomic. g_known, every form ever read, so that
+// a reader may go on with a form while another is set; guard: g_knownGuard for adding, forms themselves never
 // change. Both live to the end of the process.
 #include "zvkcore/string/NumberLocale.h"
 
@@ -58,7 +58,7 @@ bool HaveOneLanguage(const char* a, const char* b)
     return U_SUCCESS(status) && std::string_view{languages[0]} == languages[1];
 }
 
-// Null for a name that is no locale: ICU would fall back to the locale of the environment for it, or to its root.
+// Null for a name that is no locale: ICU would fall back for it to the environment's locale, or to its root.
 std::unique_ptr<NumberForm> ReadForm(const char* name)
 {
     UErrorCode status = U_ZERO_ERROR;
