@@ -87,7 +87,8 @@ ZVKCORE_EXPORT void MEM_DumpLeaks(MEM_Heap* heap);
 
 // --- Memory in use -------------------------------------------------------------------------------
 
-/// Bytes in use: what heaps hold, headers included, and what was accounted by the two functions below.
+/// Bytes in use: what heaps hold, headers included, and what was accounted by the two functions below; never
+/// negative. Read while other threads allocate, it may be off by what they make or free meanwhile.
 ZVKCORE_EXPORT int64_t MEM_GetMemUsage(void);
 
 /// Counts memory that somebody else holds: `delta` bytes more, or less if negative. A count that would fall

@@ -1,7 +1,7 @@
 // Memory in use, process-wide, and the limits that the host set.
 //
-// State: four counters, atomic and sequentially consistent, and two pairs of limits under one mutex. All of
-// it exists from load and needs no teardown, since blocks may be freed while the process ends.
+// State: four counters of sequentially consistent atomics (MEMp_Counters.h), and two pairs of limits under one
+// mutex. All of it exists from load and needs no teardown, since blocks may be freed while the process ends.
 #include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <limits>

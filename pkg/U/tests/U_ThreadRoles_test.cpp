@@ -1,3 +1,4 @@
+// Every role is entered, counted, traced and left by the same rules, but for those that are wanted otherwise.
 #include "U.h"
 
 #include "Contend.h"

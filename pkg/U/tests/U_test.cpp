@@ -1,3 +1,4 @@
+// The library is born and dies as often as a host likes; what cannot be is reported, and what is damaged found.
 #include "U.h"
 
 #include "FailingAllocator.h"
@@ -111,6 +112,9 @@ TEST_F(Unborn, BirthFailsCleanlyAtEveryAllocation)
             ASSERT_EQ(std::get_new_handler(), newHandler) << nth;
         }
     }
+    ASSERT_FALSE(m_presenter->dialogs.empty());
+    EXPECT_EQ(m_presenter->dialogs[0].text,
+              "( 23 :: 3 )\n\nSample can\u2019t continue: out of memory while trying to U_Birth\n\n");
 }
 
 TEST_F(Globals, DamageIsReportedByEveryRoutineThatChecks)
