@@ -172,22 +172,4 @@ TEST_F(ReportRoad, EveryReportThatReachesTheUserLeavesATrail)
               "DebugSourceLocation=( 18 :: 3 );DebugMessage=QLTest: text;");
 }
 
-TEST_F(ReportRoad, SurvivesEveryFailedAllocation)
-{
-    const auto scenario = [&] {
-        Forget();
-        zvkcore::debug::trailmark::ClearTrail();
-        bool complete = Up_ReportErrString(0x120003, U_Sev_PROBLEM, "text") == 0;
-        U_IncrementPostErrors();
-        complete = Up_ReportErrString(0, U_Sev_PROBLEM, "posted") == 0 && complete;
-        U_DecrementPostErrors();
-        U_ReportError(0, U_Sev_WARNING, Text16("shows both"));
-        return complete && U_GetNumPostedErrors() == 0;
-    };
-    qltest::EveryAllocationFails(scenario, qltest::FailingAllocator::kOnce);
-    qltest::EveryAllocationFails(scenario, qltest::FailingAllocator::kFromThereOn);
-    EXPECT_TRUE(scenario());
-    EXPECT_EQ(Dialogs().size(), 3u);
-}
-
 }  // namespace
