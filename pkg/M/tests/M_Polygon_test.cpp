@@ -93,13 +93,10 @@ TEST(Hull, OfSmallAndOfOddPoints)
         EXPECT_LE(HullOf({{0, 0}, {odd, 1}, {huge, odd}, {1, 1}, {odd, odd}}).size(), 5u);
         EXPECT_LE(HullOf({{odd, odd}, {odd, odd}, {odd, odd}, {odd, 0}}).size(), 4u);
     }
-    for (const auto& [offset, step, cell] : {std::tuple{kNaN, 1.0, 0},
-                                             {1.0, 0.0, Mp_kGridCells},
-                                             {0.0, 0.0, 0},
-                                             {-1.0, 1.0, 0},
-                                             {1e300, 1.0, Mp_kGridCells},
-                                             {2.5, 1.0, 3},
-                                             {double{Mp_kGridCells}, 1.0, Mp_kGridCells}}) {
+    using Cell = std::tuple<double, double, int32_t>;
+    for (const auto& [offset, step, cell] :
+         {Cell{kNaN, 1, 0}, Cell{1, 0, Mp_kGridCells}, Cell{0, 0, 0}, Cell{-1, 1, 0}, Cell{2.5, 1, 3},
+          Cell{1e300, 1, Mp_kGridCells}, Cell{Mp_kGridCells, 1, Mp_kGridCells}}) {
         EXPECT_EQ(Mp_Quantise(offset, step), cell) << offset << ' ' << step;
     }
 }

@@ -116,9 +116,13 @@ TEST_P(RatioStatus, DecidesWhatHappens)
 }
 
 constexpr M_Ratio kHalf = {2, 4}, kThird = {1, 3}, kNear = {kMax - 1, 5}, kMost = {kMax, 1}, kNone = {0, 0},
-                  kReducedForEver = {kMin, kTop}, kFine = {5, kTop};
+                  kEndless = {kMin, kTop}, kFine = {5, kTop}, kNothing = {5, 0}, kOne = {1, 1};
+constexpr const char* kZeroSum = "zero denominator in ratio addition.";
 constexpr const char* kZero = "zero denominator in ratio multiply.";
 constexpr const char* kAddition = "overflow in ratio addition.";
+constexpr const char* kSubtraction = "overflow in ratio subtraction.";
+constexpr const char* kProduct = "overflow in ratio multiply.";
+constexpr const char* kQuotient = "overflow in ratio divide.";
 
 INSTANTIATE_TEST_SUITE_P(
     Rows, RatioStatus,
@@ -130,43 +134,25 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"Approximated", M_AddRatio, kThird, kNear, 0xFF, 0, 2, {429496736, 1}, nullptr},
         Case{"Silently", M_AddRatio, kThird, kNear, kSilently, 0, 0, {429496736, 1}, nullptr},
         Case{"Addition", M_AddRatio, kThird, kNear, kNull, 0x1102, 0, kNone, kAddition},
-        Case{"Subtraction", M_SubRatio, kThird, kNear, kNull, 0x1102, 0, kNone,
-             "overflow in ratio subtraction."},
-        Case{"Product", M_MulRatio, kMost, kMost, kNull, 0x1102, 0, kNone, "overflow in ratio multiply."},
+        Case{"Subtraction", M_SubRatio, kThird, kNear, kNull, 0x1102, 0, kNone, kSubtraction},
+        Case{"Product", M_MulRatio, kMost, kMost, kNull, 0x1102, 0, kNone, kProduct},
         Case{"OutOfRangeEvenSo", M_AddRatio, kMost, kMost, kSilently, 0x1102, 0, kNone, kAddition},
         Case{"OutOfRangeTold", M_AddRatio, kMost, kMost, 2, 0, 1, kNone, nullptr},
-        Case{"ZeroIsReported",
-             M_AddRatio,
-             kHalf,
-             {5, 0},
-             2,
-             0x1106,
-             0,
-             kNone,
-             "zero denominator in ratio addition."},
-        Case{"ZeroTimes", M_MulRatio, {5, 0}, kHalf, kSilently, 0x1106, 0, kNone, kZero},
+        Case{"ZeroIsReported", M_AddRatio, kHalf, kNothing, 2, 0x1106, 0, kNone, kZeroSum},
+        Case{"ZeroTimes", M_MulRatio, kNothing, kHalf, kSilently, 0x1106, 0, kNone, kZero},
         // A divisor of 2^31 divides nothing and counts as a reduction: tried again for ever.
-        Case{"Endless", M_AddRatio, kReducedForEver, kHalf, 0, 0, 1, kNone, nullptr},
-        Case{"EndlessAllowed", M_AddRatio, kReducedForEver, kHalf, 2, 0, 1, kNone, nullptr},
-        Case{"EndlessSilently", M_SubRatio, kHalf, kReducedForEver, kSilently, 0x1102, 0, kNone,
-             "overflow in ratio subtraction."},
-        Case{"Quotient", M_DivRatio, {1, 1}, {1, 2}, kNull, 0, 0, {2, 1}, nullptr},
-        Case{"NotArithmetic", M_DivRatio, {1, 1}, {-4, 2}, kNull, 0, 0, {-1, 0x7FFFFFFE}, nullptr},
+        Case{"Endless", M_AddRatio, kEndless, kHalf, 0, 0, 1, kNone, nullptr},
+        Case{"EndlessAllowed", M_AddRatio, kEndless, kHalf, 2, 0, 1, kNone, nullptr},
+        Case{"EndlessSilently", M_SubRatio, kHalf, kEndless, kSilently, 0x1102, 0, kNone, kSubtraction},
+        Case{"Quotient", M_DivRatio, kOne, {1, 2}, kNull, 0, 0, {2, 1}, nullptr},
+        Case{"NotArithmetic", M_DivRatio, kOne, {-4, 2}, kNull, 0, 0, {-1, 0x7FFFFFFE}, nullptr},
         Case{"ZeroDivisor", M_DivRatio, kHalf, {0, 3}, kNull, 0x1106, 0, kNone, kZero},
-        Case{"NothingAsDivisor", M_DivRatio, {1, 1}, {3, 0}, kNull, 0, 0, {0, 3}, nullptr},
+        Case{"NothingAsDivisor", M_DivRatio, kOne, {3, 0}, kNull, 0, 0, {0, 3}, nullptr},
         // Not the value 2 of the other operations: the value 1 allows the halving.
-        Case{"HalvingRefused", M_DivRatio, {1, 1}, kFine, 2, 0, 3, kNone, nullptr},
-        Case{"Halved", M_DivRatio, {1, 1}, kFine, 1, 0, 2, {1 << 29, 1}, nullptr},
-        Case{"HalvedSilently", M_DivRatio, {1, 1}, kFine, kSilently, 0, 0, {1 << 29, 1}, nullptr},
-        Case{"HalvingReported",
-             M_DivRatio,
-             {1, 1},
-             kFine,
-             kNull,
-             0x1102,
-             0,
-             kNone,
-             "overflow in ratio divide."}),
+        Case{"HalvingRefused", M_DivRatio, kOne, kFine, 2, 0, 3, kNone, nullptr},
+        Case{"Halved", M_DivRatio, kOne, kFine, 1, 0, 2, {1 << 29, 1}, nullptr},
+        Case{"HalvedSilently", M_DivRatio, kOne, kFine, kSilently, 0, 0, {1 << 29, 1}, nullptr},
+        Case{"HalvingReported", M_DivRatio, kOne, kFine, kNull, 0x1102, 0, kNone, kQuotient}),
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Ratios, ReducesAndTurnsOver)
