@@ -26,8 +26,8 @@ TEST_F(Math, EveryCodeHasItsReport)
     std::vector<qltest::Report> expected;
     for (const auto& [code, text] : kRows) {
         EXPECT_EQ(Mp_ReportErr(0xABCD0010, code, 31), code);
-        expected.push_back({0x110010, code == M_Err_UNDERFLOW ? U_Sev_WARNING : U_Sev_PROBLEM,
-                            std::string("QLTest ") + text});
+        const U_Severity severity = code == M_Err_UNDERFLOW ? U_Sev_WARNING : U_Sev_PROBLEM;
+        expected.push_back({0x110010, severity, std::string("QLTest ") + text});
     }
     EXPECT_EQ(Mp_ReportErr(16, 0, 31), 0u);
     EXPECT_EQ(Reports(), expected);
