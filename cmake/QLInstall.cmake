@@ -13,6 +13,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/QLFoundationConfigVersio
 configure_file("${PROJECT_SOURCE_DIR}/cmake/qlfoundation.pc.in" "${PROJECT_BINARY_DIR}/qlfoundation.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/QLFoundationConfig.cmake" "${PROJECT_BINARY_DIR}/QLFoundationConfigVersion.cmake"
         "${PROJECT_SOURCE_DIR}/cmake/QLAddPlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/QLPropertyList.cmake"
+        "${PROJECT_SOURCE_DIR}/cmake/QLDictionary.cmake"
         DESTINATION "${QL_CMAKE_DIR}" COMPONENT Development)
 install(FILES "${PROJECT_BINARY_DIR}/qlfoundation.pc"
         DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT Development)

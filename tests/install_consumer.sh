@@ -22,6 +22,7 @@ export LD_LIBRARY_PATH=$libdir
 cmake -S "$here/consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$scratch/prefix" -DCMAKE_CXX_COMPILER="$cxx" >/dev/null
 cmake --build "$scratch/build" >/dev/null
 "$scratch/build/host"
+[ "$("$scratch/prefix/bin/zdict" lookup "$scratch/build/fr.zdct" /Host/Hello)" = Bonjour ]
 echo "through find_package: runs"
 
 export PKG_CONFIG_PATH=$libdir/pkgconfig
