@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <cstdint>
 
 class MEMp_Counter {
@@ -59,9 +60,9 @@ class MEMp_SpreadCounter {
     static unsigned OwnPart() noexcept
     {
         const auto thread = reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()) >> 12;
-        return static_cast<unsigned>(thread * 0x9E3779B97F4A7C15u >> 60);
+        return static_cast<unsigned>(thread * 0x9E3779B97F4A7C15u >> (64 - std::countr_zero(kParts)));
     }
-    static_assert(kParts == 1u << 4);
+    static_assert(std::has_single_bit(kParts));
 
     Part m_parts[kParts];
 };
